@@ -1,0 +1,40 @@
+# The one place for compiler settings: every target of ours links talo_options.
+
+option(BUILD_TESTING "Build the tests" ON)
+option(TALO_BENCH "Build the benchmarks" OFF)
+set(TALO_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
+
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_POSITION_INDEPENDENT_CODE ON)
+set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
+set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
+
+find_program(CCACHE ccache)
+if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE})
+endif()
+
+add_library(talo_options INTERFACE)
+target_compile_features(talo_options INTERFACE cxx_std_17)
+set_target_properties(talo_options PROPERTIES INTERFACE_POSITION_INDEPENDENT_CODE ON)
+target_compile_options(talo_options INTERFACE
+    -Wall -Wextra -Wpedantic -Werror -Wshadow
+    -fvisibility=hidden -fstack-protector-strong -fstack-clash-protection)
+target_compile_definitions(talo_options INTERFACE
+    _GNU_SOURCE _FILE_OFFSET_BITS=64
+    QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050500
+    TALO_VERSION="${PROJECT_VERSION}")
+target_link_options(talo_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
+if(TALO_SANITIZE)
+    target_compile_options(talo_options INTERFACE
+        -fsanitize=${TALO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
+    target_link_options(talo_options INTERFACE -fsanitize=${TALO_SANITIZE})
+else()
+    target_compile_definitions(talo_options INTERFACE
+        $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()
+
+# The two roots of every include path: "engine/…", "pages/…" and "app/…" lie below src,
+# "scan/…", "store/…" and the other rooms of the engine below engine.
+set(TALO_PANEL_ROOT ${PROJECT_SOURCE_DIR}/src)
+set(TALO_ENGINE_ROOT ${PROJECT_SOURCE_DIR}/engine)

@@ -1,0 +1,30 @@
+# How tests are declared.
+
+find_package(GTest REQUIRED)
+include(GoogleTest)
+
+# A GoogleTest program for a room of the engine that knows nothing of Qt.
+#   talo_add_gtest(NAME SOURCES a.cpp … LIBRARIES talo_files …)
+function(talo_add_gtest name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_link_libraries(${name} PRIVATE talo_options ${ARG_LIBRARIES} GTest::gtest_main)
+    target_include_directories(${name} PRIVATE ${PROJECT_SOURCE_DIR}/tests ${TALO_ENGINE_ROOT})
+    set_target_properties(${name} PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    add_test(NAME ${name} COMMAND ${name})
+endfunction()
+
+# A QtTest program, without a display unless it starts one itself.
+#   talo_add_qtest(NAME SOURCES a.cpp … LIBRARIES talo_pages …)
+function(talo_add_qtest name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LIBRARIES" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    set_target_properties(${name} PROPERTIES
+        AUTOMOC ON RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
+    target_link_libraries(${name} PRIVATE talo_options ${ARG_LIBRARIES} Qt5::Test)
+    target_include_directories(${name} PRIVATE
+        ${PROJECT_SOURCE_DIR}/tests ${TALO_PANEL_ROOT} ${TALO_ENGINE_ROOT})
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES ENVIRONMENT
+        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TALO_BUILD_DIR=${CMAKE_BINARY_DIR}")
+endfunction()

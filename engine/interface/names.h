@@ -1,0 +1,37 @@
+// Names that the service and its clients must agree on.
+#pragma once
+
+namespace talo::interface
+{
+
+inline constexpr char kService[] = "org.taloantivirus.Engine1";
+inline constexpr char kObject[] = "/org/taloantivirus/Engine1";
+
+inline constexpr char kStatus[] = "org.taloantivirus.Engine1.Status";
+inline constexpr char kScan[] = "org.taloantivirus.Engine1.Scan";
+inline constexpr char kReports[] = "org.taloantivirus.Engine1.Reports";
+inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
+
+// Errors that methods answer with; anything else comes from the bus itself.
+inline constexpr char kErrorInvalid[] = "org.taloantivirus.Error.InvalidArgument";
+inline constexpr char kErrorRunning[] = "org.taloantivirus.Error.AlreadyRunning";
+inline constexpr char kErrorLimit[] = "org.taloantivirus.Error.LimitReached";
+inline constexpr char kErrorNotFound[] = "org.taloantivirus.Error.NotFound";
+inline constexpr char kErrorNotPermitted[] = "org.taloantivirus.Error.NotPermitted";
+inline constexpr char kErrorFailed[] = "org.taloantivirus.Error.Failed";
+
+// Kinds of scan, as the scan programs' second argument has them.
+enum ScanKind : unsigned { FullScan = 1, CustomScan = 2, QuickScan = 3 };
+
+// Where a job stands. From Finished on it has ended and its report is stored.
+enum JobState : unsigned {
+    Preparing = 0, // the signatures are being loaded
+    Scanning = 1,
+    Paused = 2,
+    Stopping = 3,
+    Finished = 4,
+    Stopped = 5,
+    Failed = 6,
+};
+
+} // namespace talo::interface

@@ -1,0 +1,80 @@
+// Values that travel between the service and its clients. All texts are printable UTF-8: bytes of a
+// file name that are not, and control characters, come escaped.
+#pragma once
+
+#include <QList>
+#include <QMetaType>
+#include <QString>
+
+class QDBusArgument;
+
+namespace talo::interface
+{
+
+struct ThreatFound {
+    QString path;
+    QString name;        // of the threat
+    QString threatClass; // "infected", "suspected" or "hidden"
+    QString outcome;     // what was done, in words
+};
+
+struct ScanProgress {
+    uint state = 0;  // JobState
+    QString current; // the file that is being scanned
+    qulonglong filesDone = 0;
+    qulonglong filesTotal = 0; // 0 until counted
+    qulonglong bytesDone = 0;
+    qulonglong bytesTotal = 0;  // 0 until counted
+    qulonglong elapsedMs = 0;   // without pauses
+    qlonglong remainingMs = -1; // -1 until it can be told
+    uint clean = 0;
+    uint threats = 0;
+    uint skipped = 0;
+    uint errors = 0;
+    QString report;           // key of the report, once it is stored
+    QString failure;          // why the job failed, in words
+    QList<ThreatFound> found; // from the asked number on, at most 100 at a time
+};
+
+struct RunningJob {
+    uint job = 0;
+    uint kind = 0;
+};
+using RunningJobs = QList<RunningJob>;
+
+struct ReportEntry {
+    QString key;
+    QString type;
+};
+using ReportList = QList<ReportEntry>;
+
+struct QuarantineEntry {
+    QString id;
+    qlonglong time = 0;
+    QString path;
+    QString threat;
+    qulonglong size = 0;
+};
+using QuarantineList = QList<QuarantineEntry>;
+
+// Makes the types known to QtDBus; call once before the first use.
+void registerTypes();
+
+QDBusArgument &operator<<(QDBusArgument &argument, const ThreatFound &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ThreatFound &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const ScanProgress &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ScanProgress &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const RunningJob &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, RunningJob &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const ReportEntry &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ReportEntry &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const QuarantineEntry &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &value);
+
+} // namespace talo::interface
+
+Q_DECLARE_METATYPE(talo::interface::ThreatFound)
+Q_DECLARE_METATYPE(talo::interface::ScanProgress)
+Q_DECLARE_METATYPE(talo::interface::RunningJob)
+Q_DECLARE_METATYPE(talo::interface::ReportEntry)
+Q_DECLARE_METATYPE(talo::interface::QuarantineEntry)
