@@ -1,5 +1,7 @@
 #include "scan/walk.h"
 
+#include "files/printable.h"
+
 #include <algorithm>
 #include <cerrno>
 #include <dirent.h>
@@ -88,30 +90,39 @@ Walk::Found Walk::next()
 Walk::Found Walk::beginRoot(const std::string &root)
 {
     if (root.empty() || root.front() != '/')
-        return found(Kind::Error, root, "it is not an absolute path");
-    auto real = files::canonicalPath(root);
+        return failRoot(root, "it is not an absolute path");
+    const auto real = files::canonicalPath(root);
     if (!real)
-        return found(Kind::Error, root, real.error().text);
-
-    Result<Found> result = step();
-    if (*real == "/") {
-        auto opened = files::openFolder(AT_FDCWD, "/");
-        result = opened ? enter(std::move(*opened), "/") : Result<Found>(opened.error());
-    } else {
-        const std::size_t slash = real->rfind('/');
-        path_ = real->substr(0, std::max<std::size_t>(slash, 1));
-        auto parent = files::openFolderAsPlace(AT_FDCWD, path_);
-        if (parent) {
-            const auto folder = std::make_shared<UniqueFd>(std::move(parent->fd));
-            result = visit(folder, real->substr(slash + 1), DT_UNKNOWN, Place::Root);
-        } else {
-            result = parent.error();
-        }
-    }
+        return failRoot(root, real.error().text);
+    auto result = visitRoot(*real);
     if (!result)
-        return found(Kind::Error, *real, result.error().text);
+        return failRoot(*real, result.error().text);
     ++rootsOpened_;
     return std::move(*result);
+}
+
+Result<Walk::Found> Walk::visitRoot(const std::string &real)
+{
+    if (real == "/") {
+        auto opened = files::openFolder(AT_FDCWD, real);
+        if (!opened)
+            return opened.error();
+        return enter(std::move(*opened), real);
+    }
+    const std::size_t slash = real.rfind('/');
+    path_ = real.substr(0, std::max<std::size_t>(slash, 1));
+    auto parent = files::openFolderAsPlace(AT_FDCWD, path_);
+    if (!parent)
+        return parent.error();
+    const auto folder = std::make_shared<UniqueFd>(std::move(parent->fd));
+    return visit(folder, real.substr(slash + 1), DT_UNKNOWN, Place::Root);
+}
+
+Walk::Found Walk::failRoot(const std::string &root, const std::string &reason)
+{
+    if (rootFailure_.empty())
+        rootFailure_ = files::printable(root) + ": " + reason;
+    return found(Kind::Error, root, reason);
 }
 
 Walk::Found Walk::continueFolder()
@@ -135,7 +146,8 @@ Walk::Found Walk::continueFolder()
     case FolderReader::Answer::Entry:
         break;
     }
-    auto result = visit(top.fd, entry.name, entry.type, Place::Inside);
+    const auto folder = top.fd; // entering a subfolder moves the frames
+    auto result = visit(folder, entry.name, entry.type, Place::Inside);
     if (result)
         return std::move(*result);
     if (result.error().code == ENOENT) // removed since it was listed

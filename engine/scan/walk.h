@@ -55,6 +55,8 @@ public:
     Found next();
 
     std::size_t rootsOpened() const { return rootsOpened_; }
+    // Why the first root that could not be opened could not, in words.
+    const std::string &rootFailure() const { return rootFailure_; }
 
 private:
     struct Frame {
@@ -67,6 +69,8 @@ private:
     enum class Place { Root, Inside };
 
     Found beginRoot(const std::string &root);
+    files::Result<Found> visitRoot(const std::string &real);
+    Found failRoot(const std::string &root, const std::string &reason);
     Found continueFolder();
     Found leaveFolder();
     // An error here may mean that the entry is gone.
@@ -86,6 +90,7 @@ private:
     Purpose purpose_;
     std::size_t nextRoot_ = 0;
     std::size_t rootsOpened_ = 0;
+    std::string rootFailure_;
     Mounts mounts_;
     InodeSet seen_;
     std::vector<Frame> frames_;

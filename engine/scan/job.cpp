@@ -1,0 +1,418 @@
+#include "scan/job.h"
+
+#include "files/printable.h"
+#include "scan/actions.h"
+#include "scan/jobcontrol.h"
+#include "scan/quarantine.h"
+#include "scan/remaining.h"
+#include "scan/verdictchain.h"
+#include "scan/walk.h"
+
+#include <condition_variable>
+#include <future>
+#include <mutex>
+#include <sys/stat.h>
+#include <thread>
+
+namespace talo::scan
+{
+
+namespace
+{
+
+using std::chrono::milliseconds;
+
+// How long a stop may go unnoticed while the job waits for something else.
+constexpr milliseconds kAttention{50};
+
+// What a job holds of its threats, so that a place full of them cannot use up the memory.
+constexpr std::size_t kMaxThreats = 10000;
+constexpr std::size_t kMaxThreatText = std::size_t{16} << 20u;
+
+std::vector<files::Identity> identitiesOf(const std::vector<std::string> &folders)
+{
+    std::vector<files::Identity> identities;
+    for (const std::string &folder : folders) {
+        struct stat status {
+        };
+        if (stat(folder.c_str(), &status) == 0)
+            identities.push_back(files::identityOf(status));
+    }
+    return identities;
+}
+
+void add(Tally &tally, std::uint64_t bytes)
+{
+    ++tally.files;
+    tally.bytes += bytes;
+}
+
+Tally sum(const Totals &totals)
+{
+    Tally all;
+    for (const Tally *tally : {&totals.clean, &totals.threats, &totals.skipped, &totals.errors}) {
+        all.files += tally->files;
+        all.bytes += tally->bytes;
+    }
+    return all;
+}
+
+} // namespace
+
+class Job::Impl
+{
+public:
+    Impl(ScanKind kind, std::vector<std::string> roots, ScanSettings settings,
+         std::unique_ptr<VerdictSource> source, Quarantine &quarantine,
+         std::unique_ptr<JobRecorder> recorder)
+        : kind_(kind)
+        , roots_(std::move(roots))
+        , settings_(std::move(settings))
+        , source_(std::move(source))
+        , quarantine_(quarantine)
+        , recorder_(std::move(recorder))
+    {
+        settings_.leaveOut.push_back(quarantine_.folder());
+    }
+
+    ~Impl()
+    {
+        control_.stop();
+        if (thread_.joinable())
+            thread_.join();
+        // A stopped job does not wait for signatures that are being loaded; its end does.
+        if (loader_.joinable())
+            loader_.join();
+    }
+
+    void start()
+    {
+        control_.startClock();
+        thread_ = std::thread([this] { run(); });
+    }
+
+    void wait()
+    {
+        std::unique_lock<std::mutex> lock(mutex_);
+        ended_.wait(lock, [this] { return phase_ == JobPhase::Ended; });
+    }
+
+    ScanKind kind() const { return kind_; }
+    JobControl &control() { return control_; }
+    JobProgress progress();
+    std::vector<Threat> threats(std::size_t from, std::size_t most) const;
+
+private:
+    struct Outcome {
+        JobEnd end = JobEnd::Finished;
+        std::string failure;
+    };
+
+    void run();
+    void count();
+    Outcome scan();
+    std::string load();
+    Outcome judgeAll(Walk &walk, VerdictChain &chain);
+    bool advance(Walk &walk, VerdictChain &chain);
+    bool takeResult(VerdictChain &chain, milliseconds wait);
+    void take(Walk::Found &file, const Verdict &verdict);
+    void takeThreat(const Walk::Found &file, const std::string &name);
+    void passOver(const Walk::Found &file, VerdictKind kind, const std::string &reason);
+
+    const ScanKind kind_;
+    const std::vector<std::string> roots_;
+    ScanSettings settings_;
+    const std::unique_ptr<VerdictSource> source_;
+    Quarantine &quarantine_;
+    const std::unique_ptr<JobRecorder> recorder_;
+    JobControl control_;
+    std::thread thread_;
+    std::thread loader_;
+
+    // The job thread's own.
+    std::unordered_map<std::uint64_t, Walk::Found> waiting_; // for a verdict
+    std::uint64_t lastCookie_ = 0;
+
+    mutable std::mutex mutex_; // for all below
+    std::condition_variable ended_;
+    JobPhase phase_ = JobPhase::Preparing;
+    Outcome outcome_;
+    std::string current_;
+    Tally counted_;
+    Totals totals_;
+    RemainingTime remaining_;
+    std::vector<Threat> threats_;
+    std::size_t threatText_ = 0;
+};
+
+void Job::Impl::run()
+{
+    std::thread counter([this] { count(); });
+    Outcome outcome = scan();
+    control_.stop(); // the counting too
+    control_.stopClock();
+    counter.join();
+    recorder_->ended(outcome.end, totals_, outcome.failure);
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        outcome_ = std::move(outcome);
+        phase_ = JobPhase::Ended;
+    }
+    ended_.notify_all();
+}
+
+// Counts ahead of the scan what it will come to. Looking is so much faster than scanning that the
+// count is there soon.
+void Job::Impl::count()
+{
+    Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Count);
+    Tally counted;
+    while (control_.waitWhilePaused()) {
+        const Walk::Found found = walk.next();
+        switch (found.kind) {
+        case Walk::Kind::File:
+            add(counted, static_cast<std::uint64_t>(found.status.st_size));
+            break;
+        case Walk::Kind::Skipped:
+        case Walk::Kind::Error:
+            add(counted, 0);
+            break;
+        case Walk::Kind::Step:
+            break;
+        case Walk::Kind::End:
+            const std::lock_guard<std::mutex> lock(mutex_);
+            counted_ = counted;
+            return;
+        }
+    }
+}
+
+Job::Impl::Outcome Job::Impl::scan()
+{
+    const std::string failure = load();
+    if (control_.state() == JobControl::State::Stopped)
+        return {JobEnd::Stopped, {}};
+    if (!failure.empty())
+        return {JobEnd::Failed, failure};
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        phase_ = JobPhase::Scanning;
+    }
+    VerdictChain chain({}, source_->open(), settings_.options);
+    Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Scan);
+    Outcome outcome = judgeAll(walk, chain);
+    if (outcome.end == JobEnd::Stopped)
+        chain.cancel();
+    waiting_.clear(); // closes the files only now that no worker is given them any more
+    return outcome;
+}
+
+std::string Job::Impl::load()
+{
+    std::promise<std::string> promise;
+    std::future<std::string> loaded = promise.get_future();
+    loader_ =
+        std::thread([this](std::promise<std::string> answer) { answer.set_value(source_->load()); },
+                    std::move(promise));
+    while (loaded.wait_for(kAttention) != std::future_status::ready) {
+        if (control_.state() == JobControl::State::Stopped)
+            return {};
+    }
+    return loaded.get();
+}
+
+Job::Impl::Outcome Job::Impl::judgeAll(Walk &walk, VerdictChain &chain)
+{
+    bool walking = true;
+    while (walking || chain.pending() > 0) {
+        const JobControl::State state = control_.state();
+        if (state == JobControl::State::Stopped)
+            return {JobEnd::Stopped, {}};
+        if (state == JobControl::State::Paused) {
+            // What the workers hold already comes to its end.
+            if (chain.pending() > 0)
+                takeResult(chain, kAttention);
+            else
+                control_.waitWhilePaused();
+        } else if (walking && chain.hasRoom()) {
+            walking = advance(walk, chain);
+            while (chain.pending() > 0 && takeResult(chain, milliseconds{0})) {
+            }
+        } else {
+            takeResult(chain, kAttention);
+        }
+    }
+    for (auto &[cookie, file] : waiting_)
+        take(file, {VerdictKind::Error, "the scanner gave no answer"});
+    if (walk.rootsOpened() > 0)
+        return {};
+    const bool nothing = walk.rootFailure().empty();
+    return {JobEnd::Failed, nothing ? "there is nothing to scan" : walk.rootFailure()};
+}
+
+// False when there is no more to come.
+bool Job::Impl::advance(Walk &walk, VerdictChain &chain)
+{
+    Walk::Found found = walk.next();
+    switch (found.kind) {
+    case Walk::Kind::End:
+        return false;
+    case Walk::Kind::Step:
+        return true;
+    case Walk::Kind::Skipped:
+        passOver(found, VerdictKind::Skipped, found.reason);
+        return true;
+    case Walk::Kind::Error:
+        passOver(found, VerdictKind::Error, found.reason);
+        return true;
+    case Walk::Kind::File:
+        break;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        current_ = found.path;
+    }
+    const std::uint64_t cookie = ++lastCookie_;
+    const auto place = waiting_.emplace(cookie, std::move(found)).first;
+    Walk::Found &file = place->second;
+    if (const auto verdict = chain.submit(cookie, {file.fd.get(), &file.status})) {
+        take(file, *verdict);
+        waiting_.erase(place);
+    }
+    return true;
+}
+
+bool Job::Impl::takeResult(VerdictChain &chain, milliseconds wait)
+{
+    const auto result = chain.next(wait);
+    if (!result)
+        return false;
+    const auto place = waiting_.find(result->cookie);
+    if (place != waiting_.end()) {
+        take(place->second, result->verdict);
+        waiting_.erase(place);
+    }
+    return true;
+}
+
+void Job::Impl::take(Walk::Found &file, const Verdict &verdict)
+{
+    switch (verdict.kind) {
+    case VerdictKind::Clean: {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        add(totals_.clean, static_cast<std::uint64_t>(file.status.st_size));
+        return;
+    }
+    case VerdictKind::Threat:
+        takeThreat(file, verdict.detail);
+        return;
+    case VerdictKind::Skipped:
+    case VerdictKind::Error:
+        passOver(file, verdict.kind, verdict.detail);
+        return;
+    }
+}
+
+void Job::Impl::takeThreat(const Walk::Found &file, const std::string &name)
+{
+    Threat threat;
+    threat.path = file.path;
+    threat.name = name;
+    threat.threatClass = classOf(file.path, name);
+    threat.outcome = actOn({file.folder->get(), file.name, file.fd.get(), file.path, name},
+                           actionsFor(threat.threatClass, settings_), quarantine_);
+    recorder_->threat(threat);
+
+    const std::lock_guard<std::mutex> lock(mutex_);
+    add(totals_.threats, static_cast<std::uint64_t>(file.status.st_size));
+    const std::size_t text = threat.path.size() + threat.name.size() + threat.outcome.size();
+    if (threats_.size() < kMaxThreats && threatText_ + text <= kMaxThreatText) {
+        threatText_ += text;
+        threats_.push_back(std::move(threat));
+    }
+}
+
+void Job::Impl::passOver(const Walk::Found &file, VerdictKind kind, const std::string &reason)
+{
+    recorder_->passedOver({file.path, kind, reason});
+    const std::lock_guard<std::mutex> lock(mutex_);
+    add(kind == VerdictKind::Skipped ? totals_.skipped : totals_.errors,
+        static_cast<std::uint64_t>(file.status.st_size));
+}
+
+JobProgress Job::Impl::progress()
+{
+    const JobControl::State state = control_.state();
+    const std::lock_guard<std::mutex> lock(mutex_);
+    JobProgress progress;
+    progress.phase = phase_;
+    if (phase_ != JobPhase::Ended && state == JobControl::State::Stopped)
+        progress.phase = JobPhase::Stopping;
+    else if (phase_ != JobPhase::Ended && state == JobControl::State::Paused)
+        progress.phase = JobPhase::Paused;
+    progress.end = outcome_.end;
+    progress.failure = outcome_.failure;
+    progress.current = current_;
+    progress.filesTotal = counted_.files;
+    progress.bytesTotal = counted_.bytes;
+    progress.totals = totals_;
+    progress.elapsed = control_.elapsed();
+    progress.remaining = phase_ == JobPhase::Ended
+                             ? milliseconds{0}
+                             : remaining_.estimate(sum(totals_), counted_, progress.elapsed);
+    return progress;
+}
+
+std::vector<Threat> Job::Impl::threats(std::size_t from, std::size_t most) const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    const std::size_t begin = std::min(from, threats_.size());
+    const std::size_t end = begin + std::min(most, threats_.size() - begin);
+    return {threats_.begin() + static_cast<std::ptrdiff_t>(begin),
+            threats_.begin() + static_cast<std::ptrdiff_t>(end)};
+}
+
+Job::Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings,
+         std::unique_ptr<VerdictSource> source, Quarantine &quarantine,
+         std::unique_ptr<JobRecorder> recorder)
+    : impl_(std::make_unique<Impl>(kind, std::move(roots), std::move(settings), std::move(source),
+                                   quarantine, std::move(recorder)))
+{
+}
+
+Job::~Job() = default;
+
+void Job::start()
+{
+    impl_->start();
+}
+void Job::pause()
+{
+    impl_->control().pause();
+}
+void Job::resume()
+{
+    impl_->control().resume();
+}
+void Job::stop()
+{
+    impl_->control().stop();
+}
+void Job::wait()
+{
+    impl_->wait();
+}
+ScanKind Job::kind() const
+{
+    return impl_->kind();
+}
+JobProgress Job::progress() const
+{
+    return impl_->progress();
+}
+std::vector<Threat> Job::threats(std::size_t from, std::size_t most) const
+{
+    return impl_->threats(from, most);
+}
+
+} // namespace talo::scan

@@ -1,0 +1,31 @@
+// The constructor that the product uses stands alone here, so that what links a job without the
+// worker pool needs nothing of the pool.
+#include "scan/job.h"
+
+namespace talo::scan
+{
+
+namespace
+{
+
+class PoolSource : public VerdictSource
+{
+public:
+    explicit PoolSource(WorkerPool &pool) : pool_(pool) {}
+    std::string load() override { return pool_.load(); }
+    std::unique_ptr<WorkerPool::Session> open() override { return pool_.open(); }
+
+private:
+    WorkerPool &pool_;
+};
+
+} // namespace
+
+Job::Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings, WorkerPool &pool,
+         Quarantine &quarantine, std::unique_ptr<JobRecorder> recorder)
+    : Job(kind, std::move(roots), std::move(settings), std::make_unique<PoolSource>(pool),
+          quarantine, std::move(recorder))
+{
+}
+
+} // namespace talo::scan
