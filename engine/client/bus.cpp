@@ -1,12 +1,12 @@
 #include "client/bus.h"
 
+#include "interface/busaddress.h"
 #include "interface/names.h"
 #include "interface/types.h"
 
 #include <QDBusError>
 
 #include <cstdlib>
-#include <sys/stat.h>
 
 namespace talo::client
 {
@@ -16,37 +16,6 @@ namespace
 
 constexpr char kBusService[] = "org.freedesktop.DBus";
 constexpr char kBusObject[] = "/org/freedesktop/DBus";
-constexpr char kSystemAddress[] = "unix:path=/var/run/dbus/system_bus_socket";
-
-QString environment(const char *name)
-{
-    const char *value = std::getenv(name);
-    return value == nullptr ? QString() : QString::fromLocal8Bit(value);
-}
-
-QString systemAddress()
-{
-    const QString address = environment("DBUS_SYSTEM_BUS_ADDRESS");
-    return address.isEmpty() ? QString::fromLatin1(kSystemAddress) : address;
-}
-
-// Empty when no session bus runs. libdbus would launch one by itself if it were asked for "the
-// session bus": a scan in a terminal must not leave a bus behind.
-QString sessionAddress()
-{
-    const QString address = environment("DBUS_SESSION_BUS_ADDRESS");
-    if (!address.isEmpty())
-        return address.startsWith(QLatin1String("autolaunch:")) ? QString() : address;
-    const QString runtime = environment("XDG_RUNTIME_DIR");
-    if (runtime.isEmpty())
-        return QString();
-    const QString path = runtime + QLatin1String("/bus");
-    struct stat status {
-    };
-    if (stat(path.toLocal8Bit().constData(), &status) != 0 || !S_ISSOCK(status.st_mode))
-        return QString();
-    return QLatin1String("unix:path=") + path;
-}
 
 QDBusMessage askBus(const QDBusConnection &bus, const char *method, const QVariantList &arguments)
 {
@@ -138,17 +107,13 @@ QDBusConnection Bus::connection()
 
 QDBusConnection Bus::connect()
 {
-    const QString wanted = environment("TALO_BUS");
-    if (wanted == QLatin1String("system"))
-        return open(systemAddress(), "system");
-    if (wanted == QLatin1String("session"))
-        return open(sessionAddress(), "session");
-    if (!wanted.isEmpty())
-        return open(wanted, "named");
-    QDBusConnection system = open(systemAddress(), "system");
+    const char *const wanted = std::getenv("TALO_BUS");
+    if (wanted != nullptr && *wanted != '\0')
+        return open(interface::busAddress(QString::fromLocal8Bit(wanted)), "named");
+    QDBusConnection system = open(interface::systemBusAddress(), "system");
     if (system.isConnected() && servedOn(system))
         return system;
-    const QString session = sessionAddress();
+    const QString session = interface::sessionBusAddress();
     return session.isEmpty() ? system : open(session, "session");
 }
 

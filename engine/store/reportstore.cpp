@@ -170,6 +170,14 @@ bool ReportStore::write(Id report, const Open &open, std::time_t now)
     return touch.bind(report).run();
 }
 
+void ReportStore::describeSignatures(Id report, const std::string &signatures)
+{
+    const auto held = database_.lock();
+    Statement update(database_, "UPDATE report SET signatures = ? WHERE id = ?");
+    if (!update.bind(signatures).bind(report).run())
+        tell("cannot take down the signatures of a scan");
+}
+
 std::string ReportStore::finish(Id report, Outcome outcome, const ReportTotals &totals,
                                 const std::string &failure)
 {

@@ -38,6 +38,9 @@ public:
     void addThreat(Id report, const ReportedThreat &threat);
     void addPassedOver(Id report, const ReportedPass &pass);
 
+    // Says more exactly which signatures were used than begin() could.
+    void describeSignatures(Id report, const std::string &signatures);
+
     // Ends a report and answers its key; empty when it cannot be stored. The next start closes it
     // as interrupted then.
     std::string finish(Id report, Outcome outcome, const ReportTotals &totals,

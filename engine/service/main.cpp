@@ -1,0 +1,121 @@
+// talod: the service behind TALO Antivirus.
+#include "service/log.h"
+#include "service/paths.h"
+#include "service/service.h"
+
+#include <QCommandLineParser>
+#include <QCoreApplication>
+#include <QSocketNotifier>
+
+#include <csignal>
+#include <fcntl.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace
+{
+
+using namespace talo::service;
+
+int wakeUp[2] = {-1, -1};
+
+extern "C" void onSignal(int)
+{
+    const int before = errno;
+    const ssize_t ignored = write(wakeUp[1], "", 1);
+    static_cast<void>(ignored);
+    errno = before;
+}
+
+// The handler only wakes the event loop: closing scans and storing reports is not for a handler.
+bool catchSignals()
+{
+    if (pipe2(wakeUp, O_CLOEXEC | O_NONBLOCK) != 0)
+        return false;
+    struct sigaction action {
+    };
+    action.sa_handler = onSignal;
+    action.sa_flags = SA_RESTART;
+    for (const int number : {SIGTERM, SIGINT, SIGHUP})
+        if (sigaction(number, &action, nullptr) != 0)
+            return false;
+    // Whoever read the log may have gone; the scans go on.
+    return std::signal(SIGPIPE, SIG_IGN) != SIG_ERR;
+}
+
+// A full scan holds many files open at once.
+void raiseFileLimit()
+{
+    constexpr rlim_t kWanted = 65536;
+    rlimit limit{};
+    if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
+        return;
+    if (geteuid() == 0 && limit.rlim_max < kWanted)
+        limit.rlim_max = kWanted;
+    limit.rlim_cur = limit.rlim_max;
+    if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
+        log(Level::Warning, "cannot raise the limit of open files");
+}
+
+std::string pathOption(const QCommandLineParser &parser, const QString &name,
+                       const std::string &otherwise)
+{
+    return parser.isSet(name) ? parser.value(name).toLocal8Bit().toStdString() : otherwise;
+}
+
+} // namespace
+
+int main(int argc, char *argv[])
+{
+    umask(S_IRWXG | S_IRWXO);
+    QCoreApplication application(argc, argv);
+    QCoreApplication::setApplicationName(QStringLiteral("talod"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(TALO_VERSION));
+    logQtMessages();
+
+    const QString bus = QStringLiteral("bus");
+    const QString state = QStringLiteral("state");
+    const QString signatures = QStringLiteral("signatures");
+    const QString worker = QStringLiteral("worker");
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("The service behind TALO Antivirus: scans on request and keeps reports."));
+    parser.addOptions({
+        {bus,
+         QStringLiteral("Bus to serve on: system (root's default), session (anybody else's) "
+                        "or an address."),
+         QStringLiteral("bus")},
+        {state, QStringLiteral("Folder for reports and the quarantine."), QStringLiteral("folder")},
+        {signatures, QStringLiteral("Folder with the signatures to use."),
+         QStringLiteral("folder")},
+        {worker, QStringLiteral("The scan worker program."), QStringLiteral("program")},
+    });
+    parser.addHelpOption();
+    parser.addVersionOption();
+    if (!parser.parse(QCoreApplication::arguments()) || !parser.positionalArguments().isEmpty()) {
+        log(Level::Error, parser.errorText().isEmpty() ? "takes no arguments, only options"
+                                                       : parser.errorText().toStdString());
+        return WrongUse;
+    }
+    if (parser.isSet(QStringLiteral("help")))
+        parser.showHelp(Done);
+    if (parser.isSet(QStringLiteral("version")))
+        parser.showVersion();
+
+    if (!catchSignals()) {
+        log(Level::Error, "cannot catch signals");
+        return CannotStart;
+    }
+    raiseFileLimit();
+    const bool root = geteuid() == 0;
+    Service service(
+        {parser.isSet(bus) ? parser.value(bus) : QString::fromLatin1(root ? "system" : "session"),
+         pathOption(parser, state, defaultStateFolder()),
+         pathOption(parser, signatures, std::string()),
+         pathOption(parser, worker, defaultWorkerProgram())});
+    const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
+    QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
+    const ExitCode code = service.start();
+    return code == Done ? QCoreApplication::exec() : code;
+}

@@ -1,0 +1,28 @@
+// The one place that knows where things are.
+//
+// What belongs to the program lies beside it, so that it runs from the build tree as it runs when
+// installed.
+#pragma once
+
+#include <string>
+
+namespace talo::service
+{
+
+// "/var/lib/taloantivirus" for root, a folder among the user's own data for anybody else; empty
+// when there is none.
+std::string defaultStateFolder();
+
+std::string defaultWorkerProgram();
+
+std::string builtInSignatures();
+
+// Where an update of the signatures puts the set to use.
+std::string updatedSignatures(const std::string &stateFolder);
+
+// The distribution's ClamAV databases.
+std::string systemSignatures();
+
+std::string quarantineFolder(const std::string &stateFolder);
+
+} // namespace talo::service

@@ -1,0 +1,166 @@
+#include "service/service.h"
+
+#include "interface/busaddress.h"
+#include "interface/names.h"
+#include "scan/quarantine.h"
+#include "scan/workerpool.h"
+#include "service/busobject.h"
+#include "service/housekeeper.h"
+#include "service/log.h"
+#include "service/paths.h"
+#include "service/scanservice.h"
+#include "store/database.h"
+#include "store/reportstore.h"
+
+#include "quarantineadaptor.h"
+#include "reportsadaptor.h"
+#include "scanadaptor.h"
+#include "statusadaptor.h"
+
+#include <QCoreApplication>
+#include <QDBusConnectionInterface>
+#include <QDBusError>
+
+#include <chrono>
+#include <ctime>
+
+namespace talo::service
+{
+
+namespace
+{
+
+constexpr std::time_t kDay = 24 * 60 * 60;
+constexpr std::time_t kKeptInQuarantine = 30 * kDay;
+
+QString text(const char *name)
+{
+    return QString::fromLatin1(name);
+}
+
+} // namespace
+
+Service::Service(Options options) : options_(std::move(options)), bus_(QStringLiteral("talod"))
+{
+    interface::registerTypes();
+}
+
+Service::~Service()
+{
+    // No question comes in any more while the rooms close, in the opposite order of their opening.
+    QDBusConnection::disconnectFromBus(bus_.name());
+    object_.reset();
+    scans_.reset();
+    housekeeper_.reset();
+}
+
+ExitCode Service::start()
+{
+    ExitCode code = openBus();
+    if (code == Done)
+        code = openStore();
+    if (code == Done)
+        code = publish();
+    return code;
+}
+
+ExitCode Service::openBus()
+{
+    const QString address = interface::busAddress(options_.bus);
+    if (address.isEmpty()) {
+        log(Level::Error, "there is no session bus; start talod in a desktop session, or name a "
+                          "bus with --bus");
+        return CannotStart;
+    }
+    bus_ = QDBusConnection::connectToBus(address, bus_.name());
+    if (!bus_.isConnected()) {
+        log(Level::Error, "cannot reach the bus at " + address.toStdString() + ": " +
+                              bus_.lastError().message().toStdString());
+        return CannotStart;
+    }
+    if (bus_.interface()->isServiceRegistered(text(interface::kService)).value()) {
+        log(Level::Error, "talod runs on this bus already");
+        return RunsAlready;
+    }
+    bus_.connect(QString(), QStringLiteral("/org/freedesktop/DBus/Local"),
+                 QStringLiteral("org.freedesktop.DBus.Local"), QStringLiteral("Disconnected"), this,
+                 SLOT(busLost()));
+    return Done;
+}
+
+ExitCode Service::openStore()
+{
+    std::string failure;
+    database_ = store::Database::open(options_.state, failure);
+    if (!database_) {
+        log(Level::Error, failure);
+        return CannotStart;
+    }
+    if (!database_->notice().empty())
+        log(Level::Warning, database_->notice());
+    reports_ = std::make_unique<store::ReportStore>(*database_);
+    reports_->onFailure([](const std::string &what) { log(Level::Error, what); });
+    if (reports_->interrupted() != 0)
+        log(Level::Warning, std::to_string(reports_->interrupted()) +
+                                " scan(s) had been interrupted; their reports are closed");
+    quarantine_ = std::make_unique<scan::Quarantine>(quarantineFolder(options_.state));
+    return Done;
+}
+
+ExitCode Service::publish()
+{
+    const auto signatures = [this] {
+        return chooseSignatures(options_.signatures, options_.state);
+    };
+    scan::PoolConfig config;
+    config.workerProgram = options_.worker;
+    config.signatureFolder = signatures().folder;
+    pool_ = std::make_unique<scan::WorkerPool>(config);
+    housekeeper_ = std::make_unique<Housekeeper>();
+    housekeeper_->run([this] { quarantine_->recover(); });
+    scans_ =
+        std::make_unique<ScanService>(ScanService::Rooms{*reports_,
+                                                         *quarantine_,
+                                                         *pool_,
+                                                         *housekeeper_,
+                                                         signatures,
+                                                         {options_.state, builtInSignatures()}});
+    object_ = std::make_unique<BusObject>(
+        BusObject::Rooms{*scans_, *reports_, *quarantine_, *pool_, *housekeeper_, signatures});
+    new StatusAdaptor(object_.get());
+    new ScanAdaptor(object_.get());
+    new ReportsAdaptor(object_.get());
+    new QuarantineAdaptor(object_.get());
+    if (!bus_.registerObject(text(interface::kObject), object_.get())) {
+        log(Level::Error, "cannot take a place on the bus");
+        return CannotStart;
+    }
+    if (!bus_.registerService(text(interface::kService))) {
+        log(Level::Error, "cannot own the name " + std::string(interface::kService) +
+                              " on this bus: " + bus_.lastError().message().toStdString());
+        return bus_.lastError().type() == QDBusError::AccessDenied ? CannotStart : RunsAlready;
+    }
+    connect(&daily_, &QTimer::timeout, this, &Service::keepHouse);
+    daily_.start(std::chrono::hours(24));
+    keepHouse();
+    log(Level::Info, "version " TALO_VERSION " is ready");
+    return Done;
+}
+
+void Service::keepHouse()
+{
+    housekeeper_->run([this] {
+        quarantine_->expire(std::time(nullptr) - kKeptInQuarantine);
+        const std::string failure = database_->keepCopy();
+        if (!failure.empty())
+            log(Level::Warning, failure);
+    });
+}
+
+void Service::busLost()
+{
+    log(Level::Warning, "the bus has gone");
+    QCoreApplication::quit();
+}
+
+} // namespace talo::service

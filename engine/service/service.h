@@ -1,0 +1,73 @@
+// The whole service: owns every room, introduces them to each other, and stands on the bus.
+#pragma once
+
+#include "service/signatureset.h"
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QTimer>
+
+#include <memory>
+#include <string>
+
+namespace talo::scan
+{
+class Quarantine;
+class WorkerPool;
+} // namespace talo::scan
+namespace talo::store
+{
+class Database;
+class ReportStore;
+} // namespace talo::store
+
+namespace talo::service
+{
+
+class BusObject;
+class Housekeeper;
+class ScanService;
+
+struct Options {
+    QString bus; // "system", "session" or an address
+    std::string state;
+    std::string signatures; // empty: the best there is
+    std::string worker;
+};
+
+// Exit codes of the program.
+enum ExitCode { Done = 0, CannotStart = 1, WrongUse = 2, RunsAlready = 3 };
+
+class Service : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit Service(Options options);
+    ~Service() override; // every scan is stopped and its report stored
+
+    // Takes its place on the bus; on anything but Done the reason is in the log.
+    ExitCode start();
+
+private slots:
+    void busLost();
+
+private:
+    ExitCode openBus();
+    ExitCode openStore();
+    ExitCode publish();
+    void keepHouse();
+
+    Options options_;
+    QDBusConnection bus_;
+    std::unique_ptr<store::Database> database_;
+    std::unique_ptr<store::ReportStore> reports_;
+    std::unique_ptr<scan::Quarantine> quarantine_;
+    std::unique_ptr<scan::WorkerPool> pool_;
+    std::unique_ptr<Housekeeper> housekeeper_;
+    std::unique_ptr<ScanService> scans_;
+    std::unique_ptr<BusObject> object_;
+    QTimer daily_;
+};
+
+} // namespace talo::service
