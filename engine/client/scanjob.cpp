@@ -84,6 +84,7 @@ QString whyNotStarted(interface::ScanKind kind, const QDBusMessage &error)
 ScanJob::ScanJob(QObject *parent) : QObject(parent), bus_(QString())
 {
     timer_.setSingleShot(true);
+    timer_.setTimerType(Qt::PreciseTimer); // a coarse one comes up to a twentieth too early
     connect(&timer_, &QTimer::timeout, this, &ScanJob::poll);
 }
 

@@ -1,6 +1,7 @@
 #include "engine/programs/support/faketalod.h"
 
 #include <QDBusMessage>
+#include <QDateTime>
 
 namespace talo::tests
 {
