@@ -1,5 +1,7 @@
 #include "pages/headerband.h"
 
+#include "pages/boxes.h"
+
 #include <QBoxLayout>
 #include <QCoreApplication>
 #include <QLabel>
@@ -19,9 +21,7 @@ HeaderBand createHeaderBand(QWidget *page, const QString &title, int gap)
     back->setText(QCoreApplication::translate("HeaderBand", " < BACK "));
     back->setCursor(Qt::PointingHandCursor);
 
-    auto *row = new QHBoxLayout(band);
-    row->setContentsMargins(0, 0, 0, 0);
-    row->setSpacing(0);
+    auto *row = createRow(band);
     row->addSpacing(10);
     row->addWidget(back);
     row->addSpacing(gap);

@@ -1,5 +1,7 @@
 #include "pages/passwordprompt.h"
 
+#include "pages/boxes.h"
+
 #include <QBoxLayout>
 #include <QCoreApplication>
 #include <QDialog>
@@ -57,9 +59,7 @@ PasswordPrompt createPasswordPrompt(const PasswordPromptDesign &design)
     row->addWidget(applyFirst ? cancel : apply, 0, Qt::AlignHCenter);
     row->addStretch(1);
 
-    auto *column = new QVBoxLayout(dialog);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
+    auto *column = createColumn(dialog);
     column->addSpacing(5);
     column->addWidget(label, 0, Qt::AlignHCenter);
     column->addSpacing(5);

@@ -1,10 +1,12 @@
 // The list of scan reports, with a filter by date.
 #pragma once
 
+#include <QDate>
 #include <QWidget>
 
+#include <string>
+
 class QCalendarWidget;
-class QDate;
 class QDialog;
 class QHBoxLayout;
 class QLabel;
@@ -51,7 +53,8 @@ private:
     void createTable();
     void clearTable();
     void fillReportTabelData(QString list);
-    QString reportKey(int row) const;
+    void pickDate(DateBound &bound);
+    std::string reportKey(int row) const;
 
     QWidget *top_ = nullptr;
     QWidget *middle_ = nullptr;

@@ -4,13 +4,13 @@
 
 #include "pages/filesystemchooser.h"
 
+#include <QModelIndex>
 #include <QWidget>
 
 #include <array>
 
 class QGridLayout;
 class QLabel;
-class QModelIndex;
 class QStackedWidget;
 class QToolButton;
 
@@ -47,7 +47,8 @@ private:
     QToolButton *createBandButton(const Kind &kind);
     void connectStart(QToolButton *button, const Kind &kind);
     void showSlide(int index);
-    void arrangeBand();
+    void startUnlessRunning(const char *program, const QString &title, const char *type);
+    void warnOfLimit(const QString &title);
 
     QString customPath_;
     QWidget *top_ = nullptr;

@@ -4,8 +4,8 @@
 #include "pages/filesystemchooser.h"
 
 #include <QDialog>
+#include <QModelIndex>
 
-class QModelIndex;
 class QTextEdit;
 
 class ViewReport : public QDialog

@@ -21,7 +21,7 @@ public slots:
 private:
     void createTop();
     void createMiddle();
-    void startTimer();
+    void startShow();
 
     int nextSlide_ = 1; // 1 to 4
     QWidget *top_ = nullptr;
