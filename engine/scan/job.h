@@ -2,10 +2,10 @@
 #pragma once
 
 #include "scan/verdict.h"
+#include "scan/workerpool.h"
 
 #include <chrono>
 #include <cstdint>
-#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -14,7 +14,6 @@ namespace talo::scan
 {
 
 class Quarantine;
-class WorkerPool;
 
 enum class ScanKind { Full = 1, Custom = 2, Quick = 3 };
 
@@ -36,6 +35,7 @@ struct ScanSettings {
     ClassActions infected{Action::Disinfect, Action::Delete};
     ClassActions suspected{Action::Report, Action::Report};
     ClassActions hidden{Action::Disinfect, Action::Delete};
+    std::vector<std::string> leaveOut; // folders of our own that no scan enters
 };
 
 struct Threat {
@@ -90,6 +90,16 @@ struct JobProgress {
     std::string failure;
 };
 
+// What a job asks for verdicts: the worker pool, or a test's stand-in for it.
+class VerdictSource
+{
+public:
+    virtual ~VerdictSource() = default;
+    // Makes ready and waits for it; an empty text, or why it failed.
+    virtual std::string load() = 0;
+    virtual std::unique_ptr<WorkerPool::Session> open() = 0;
+};
+
 class Job
 {
 public:
@@ -97,6 +107,9 @@ public:
     // The pool and the quarantine must outlive the job.
     Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings, WorkerPool &pool,
         Quarantine &quarantine, std::unique_ptr<JobRecorder> recorder);
+    Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings,
+        std::unique_ptr<VerdictSource> source, Quarantine &quarantine,
+        std::unique_ptr<JobRecorder> recorder);
     ~Job(); // stops it and waits
     Job(const Job &) = delete;
     Job &operator=(const Job &) = delete;
@@ -109,7 +122,8 @@ public:
 
     ScanKind kind() const;
     JobProgress progress() const;
-    // Threats from the given number on, at most `most`.
+    // Threats from the given number on, at most `most`. The recorder is given every threat; here
+    // the list ends where it has grown too long to be held in memory.
     std::vector<Threat> threats(std::size_t from, std::size_t most) const;
 
 private:

@@ -1,9 +1,13 @@
 // Where deleted threats are kept, inert, until they are restored, purged or too old.
 #pragma once
 
+#include "files/result.h"
+#include "files/uniquefd.h"
+
 #include <cstdint>
 #include <ctime>
 #include <string>
+#include <sys/stat.h>
 #include <vector>
 
 namespace talo::scan
@@ -14,6 +18,29 @@ class Quarantine
 public:
     // `folder` is made with mode 0700 if it does not exist.
     explicit Quarantine(std::string folder);
+
+    const std::string &folder() const { return folder_; }
+
+    // A file as it was scanned: the entry `name` of the open `folder`, and its open content.
+    struct Catch {
+        int folder = -1;
+        std::string name;
+        int content = -1;
+        std::string path; // for the record
+        std::string threat;
+    };
+    struct Kept {
+        std::string id;
+        nlink_t otherNames = 0; // hard links to the file that remain elsewhere
+    };
+
+    // Moves a file into the quarantine: its copy is safe on disk before the original goes. On an
+    // error the original stays, and the text says why. Only the very file that is open goes.
+    files::Result<Kept> take(const Catch &file);
+
+    // Finishes or undoes what a kill interrupted in take(). Call once before the first scan; it may
+    // take long when folders of quarantined files lie on slow drives.
+    void recover();
 
     struct Object {
         std::string id;

@@ -1,0 +1,50 @@
+// The database's schema as the steps that lead to it. A step that was released is never changed:
+// databases in the field have taken it.
+#pragma once
+
+namespace talo::store
+{
+
+inline constexpr const char *kMigrations[] = {
+    // 1: reports, and facts that outlive them
+    R"sql(
+    CREATE TABLE report (
+        id INTEGER PRIMARY KEY,
+        key TEXT UNIQUE,               -- none while the scan runs
+        type TEXT NOT NULL,
+        scanned TEXT NOT NULL,
+        signatures TEXT NOT NULL,
+        started INTEGER NOT NULL,
+        touched INTEGER NOT NULL,      -- when something was last taken down; the end, in the end
+        outcome INTEGER NOT NULL,
+        failure TEXT NOT NULL DEFAULT '',
+        clean_files INTEGER, clean_bytes INTEGER,
+        threat_files INTEGER, threat_bytes INTEGER,
+        skipped_files INTEGER, skipped_bytes INTEGER,
+        error_files INTEGER, error_bytes INTEGER,
+        skips INTEGER NOT NULL DEFAULT 0,
+        errors INTEGER NOT NULL DEFAULT 0
+    );
+    CREATE INDEX report_by_end ON report (touched);
+    CREATE TABLE threat (
+        report INTEGER NOT NULL REFERENCES report (id) ON DELETE CASCADE,
+        number INTEGER NOT NULL,
+        path TEXT NOT NULL,
+        name TEXT NOT NULL,
+        class TEXT NOT NULL,
+        outcome TEXT NOT NULL,
+        PRIMARY KEY (report, number)
+    ) WITHOUT ROWID;
+    CREATE TABLE passed_over (
+        report INTEGER NOT NULL REFERENCES report (id) ON DELETE CASCADE,
+        kind INTEGER NOT NULL,
+        number INTEGER NOT NULL,
+        path TEXT NOT NULL,
+        reason TEXT NOT NULL,
+        PRIMARY KEY (report, kind, number)
+    ) WITHOUT ROWID;
+    CREATE TABLE fact (name TEXT PRIMARY KEY, value INTEGER NOT NULL) WITHOUT ROWID;
+    )sql",
+};
+
+} // namespace talo::store
