@@ -190,7 +190,6 @@ void Report::btnToDateClicked()
 void Report::pickDate(DateBound &bound)
 {
     bound.dialog->resize(350, 200);
-    bound.calendar->resize(bound.dialog->size());
     bound.dialog->setAutoFillBackground(true);
     bound.dialog->setFocus();
     bound.dialog->exec();
