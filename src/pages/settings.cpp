@@ -103,6 +103,7 @@ void Settings::addTab(const QString &name)
     tabs_->addWidget(page);
 }
 
+// The tabs hold no values yet; the engine hears of every reload all the same.
 void Settings::fillAllSettingsData()
 {
     NotifySettingChange();
