@@ -1,7 +1,6 @@
 # The one place for compiler settings: every target of ours links talo_options.
 
 option(BUILD_TESTING "Build the tests" ON)
-option(TALO_BENCH "Build the benchmarks" OFF)
 set(TALO_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)

@@ -1,0 +1,29 @@
+#!/usr/bin/env bash
+# Holds the sources to clang-format and clang-tidy. usage: scripts/lint.sh [FILE…]
+set -euo pipefail
+. "$(dirname "$0")/common.sh"
+cd "$root_dir"
+
+if [ $# -eq 0 ]; then
+    mapfile -t files < <(git ls-files '*.cpp' '*.h')
+else
+    files=("$@")
+fi
+clang-format --dry-run --Werror "${files[@]}"
+
+# Only what changed since the last clean run is looked at again: a stamp for each source, named
+# after the content of all sources and headers it could see.
+stamps=$root_dir/build/lint
+mkdir -p "$stamps"
+headers=$(git ls-files '*.h' .clang-tidy | xargs sha256sum | sha256sum | cut -c1-16)
+todo=()
+for file in "${files[@]}"; do
+    case $file in *.cpp) ;; *) continue ;; esac
+    stamp=$stamps/$(sha256sum "$file" | cut -c1-32).$headers
+    [ -e "$stamp" ] || todo+=("$file:$stamp")
+done
+[ ${#todo[@]} -eq 0 ] && exit 0
+
+printf '%s\n' "${todo[@]}" | xargs -P "$(nproc)" -I{} bash -c '
+    pair=$1
+    clang-tidy -p build/dev --quiet "${pair%%:*}" 2>/dev/null && touch "${pair#*:}"' _ {}

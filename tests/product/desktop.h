@@ -1,0 +1,54 @@
+// A person at a desktop: looks at the windows of this process and clicks through the X server.
+//
+// The steps run on a thread of their own, so that they go on while a dialog keeps the slot that
+// opened it from returning.
+#pragma once
+
+#include <QAbstractItemView>
+#include <QApplication>
+#include <QWidget>
+#include <functional>
+#include <stdexcept>
+#include <string>
+
+namespace talo::test
+{
+
+class Failure : public std::runtime_error
+{
+    using std::runtime_error::runtime_error;
+};
+
+class Desktop
+{
+public:
+    // Runs `look` on the GUI thread and waits for its answer.
+    template <typename T> T see(std::function<T()> look) const
+    {
+        T result{};
+        QMetaObject::invokeMethod(
+            qApp, [&] { result = look(); }, Qt::BlockingQueuedConnection);
+        return result;
+    }
+
+    // Until `condition` holds, looked at on the GUI thread. `what` names it in the failure.
+    void await(const std::string &what, std::function<bool()> condition, int seconds = 20) const;
+
+    // A visible widget of the window that takes the clicks now.
+    void click(const char *objectName) const;
+    void clickText(const QString &text) const;
+    void clickItem(const QModelIndex &index, QAbstractItemView *view) const;
+
+    // Takes the front message box for its text and answers it by its first button.
+    QString answerMessage() const;
+
+    // Shows a folder in the chooser that is open, clicks it and clicks OK.
+    void choose(const QString &path) const;
+
+    void screenshot(const std::string &name) const;
+
+private:
+    void clickAt(const std::function<QPoint()> &where) const;
+};
+
+} // namespace talo::test

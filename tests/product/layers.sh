@@ -1,0 +1,53 @@
+#!/usr/bin/env bash
+# Holds the arrows between the rooms of the sources: each may include only what it is allowed to.
+# usage: layers.sh SOURCE_DIR
+set -euo pipefail
+cd "$1"
+
+# room: what its includes may begin with, beside its own folder
+declare -A allowed=(
+    [src/engine]='engine/'
+    [src/pages]='pages/ engine/'
+    [src/app]='app/ pages/ engine/'
+    [engine/interface]='interface/'
+    [engine/files]='files/'
+    [engine/store]='store/'
+    [engine/scan]='scan/ files/'
+    [engine/worker]='worker/ scan/workerprotocol.h'
+    [engine/client]='client/ engine/ interface/ files/'
+    [engine/service]='service/ interface/ files/ store/ scan/'
+    [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h'
+)
+
+wrong=0
+for room in "${!allowed[@]}"; do
+    [ -d "$room" ] || { echo "no such room: $room"; wrong=1; continue; }
+    while IFS=: read -r file line include; do
+        target=$(sed -E 's/.*"([^"]+)".*/\1/' <<<"$include")
+        case $target in
+        */*) ;;
+        *) continue ;; # generated stubs and moc output
+        esac
+        ok=
+        for prefix in ${allowed[$room]}; do
+            case $target in "$prefix"*) ok=1 ;; esac
+        done
+        [ -n "$ok" ] || { echo "$file:$line: $room must not include $target"; wrong=1; }
+    done < <(grep -rnE '^#include "' "$room" --include='*.h' --include='*.cpp' || true)
+done
+
+# Content is parsed in one program, and no part of the engine but the programs draws windows.
+if grep -rlE '#include <clamav\.h>' src engine | grep -v '^engine/worker/'; then
+    echo "only engine/worker may use libclamav"
+    wrong=1
+fi
+if grep -rlE '#include <Q(Application|Widget|MainWindow|Dialog|MessageBox)' engine |
+    grep -v '^engine/programs/'; then
+    echo "only engine/programs may use widgets"
+    wrong=1
+fi
+if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/worker; then
+    echo "these rooms do without Qt"
+    wrong=1
+fi
+exit $wrong
