@@ -51,8 +51,10 @@ void raiseFileLimit()
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
         return;
-    if (geteuid() == 0 && limit.rlim_max < kWanted)
-        limit.rlim_max = kWanted;
+    // Root may raise the hard limit too, unless it is root of a container only.
+    const rlimit more{kWanted, kWanted};
+    if (geteuid() == 0 && limit.rlim_max < kWanted && setrlimit(RLIMIT_NOFILE, &more) == 0)
+        return;
     limit.rlim_cur = limit.rlim_max;
     if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
         log(Level::Warning, "cannot raise the limit of open files");
