@@ -87,7 +87,7 @@ public:
 
     void start()
     {
-        control_.startClock();
+        control_.start();
         thread_ = std::thread([this] { run(); });
     }
 
@@ -149,8 +149,7 @@ void Job::Impl::run()
 {
     std::thread counter([this] { count(); });
     Outcome outcome = scan();
-    control_.stop(); // the counting too
-    control_.stopClock();
+    control_.end(); // the counting too
     counter.join();
     recorder_->ended(outcome.end, totals_, outcome.failure);
     {
@@ -179,10 +178,11 @@ void Job::Impl::count()
             break;
         case Walk::Kind::Step:
             break;
-        case Walk::Kind::End:
+        case Walk::Kind::End: {
             const std::lock_guard<std::mutex> lock(mutex_);
             counted_ = counted;
             return;
+        }
         }
     }
 }

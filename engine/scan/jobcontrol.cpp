@@ -3,18 +3,11 @@
 namespace talo::scan
 {
 
-void JobControl::startClock()
+void JobControl::start()
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     started_ = true;
     setTicking(state_ != State::Paused);
-}
-
-void JobControl::stopClock()
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    setTicking(false);
-    started_ = false;
 }
 
 void JobControl::pause()
@@ -54,11 +47,11 @@ void JobControl::setState(State state)
 {
     {
         const std::lock_guard<std::mutex> lock(mutex_);
-        if (state_ == State::Stopped)
+        if (state_ == State::Ended || (state_ == State::Stopped && state != State::Ended))
             return;
         state_ = state;
         if (started_)
-            setTicking(state != State::Paused);
+            setTicking(state != State::Paused && state != State::Ended);
     }
     changed_.notify_all();
 }

@@ -11,13 +11,13 @@ namespace talo::scan
 class JobControl
 {
 public:
-    enum class State { Running, Paused, Stopped };
+    enum class State { Running, Paused, Stopped, Ended };
 
-    void startClock();
-    void stopClock();
+    void start();
     void pause();
     void resume();
     void stop(); // for good
+    void end();  // the job is over; whoever waits goes on
 
     State state() const;
     // Until it is no longer paused; whether it goes on.
