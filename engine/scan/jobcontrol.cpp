@@ -23,6 +23,11 @@ void JobControl::stop()
     setState(State::Stopped);
 }
 
+void JobControl::end()
+{
+    setState(State::Ended);
+}
+
 JobControl::State JobControl::state() const
 {
     const std::lock_guard<std::mutex> lock(mutex_);

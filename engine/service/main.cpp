@@ -8,6 +8,7 @@
 #include <QSocketNotifier>
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -119,5 +120,10 @@ int main(int argc, char *argv[])
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const ExitCode code = service.start();
-    return code == Done ? QCoreApplication::exec() : code;
+    if (code == Done)
+        QCoreApplication::exec();
+    service.stop();
+    // Everything worth keeping is on disk, and the workers end with this process. To wait for a
+    // large signature set that is being loaded just now would be for nothing.
+    std::_Exit(code);
 }

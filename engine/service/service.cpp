@@ -52,11 +52,16 @@ Service::Service(Options options) : options_(std::move(options)), bus_(connectio
 
 Service::~Service()
 {
-    // No question comes in any more while the rooms close, in the opposite order of their opening.
+    stop();
+}
+
+void Service::stop()
+{
+    // No question comes in any more while the rooms close.
     QDBusConnection::disconnectFromBus(connectionName());
     object_.reset();
-    scans_.reset();
-    housekeeper_.reset();
+    if (scans_)
+        scans_->shutDown();
 }
 
 ExitCode Service::start()

@@ -109,11 +109,11 @@ bool ServiceTest::start(const QStringList &options)
     return service_ != nullptr;
 }
 
-// A worker that never says a word: jobs stay as they are.
+// A worker that listens for ever and never says a word: jobs stay as they are.
 bool ServiceTest::startWithStuckWorker()
 {
     const QString worker = folder_->filePath("worker");
-    return write(worker, "#!/bin/sh\nexec sleep 60\n") &&
+    return write(worker, "#!/bin/sh\nexec cat <&3\n") &&
            QFile::setPermissions(worker, QFile::Permissions(0x7755)) &&
            start(signatures_ + QStringList{"--worker", worker});
 }
