@@ -105,6 +105,16 @@ QDBusConnection Bus::connection()
     return *connection_;
 }
 
+QString Bus::place()
+{
+    const QString name = connection().name();
+    if (name.startsWith(QLatin1String("talo-system-")))
+        return QStringLiteral("system bus");
+    if (name.startsWith(QLatin1String("talo-session-")))
+        return QStringLiteral("session bus");
+    return QStringLiteral("bus named by TALO_BUS");
+}
+
 QDBusConnection Bus::connect()
 {
     const char *const wanted = std::getenv("TALO_BUS");

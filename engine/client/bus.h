@@ -41,6 +41,10 @@ public:
     static QDBusMessage message(const char *interface, const char *method,
                                 const QVariantList &arguments = {});
 
+    // Which bus connection() is on, for people: "system bus", "session bus" or "bus named by
+    // TALO_BUS".
+    QString place();
+
     // What an error means for the user, and what can be done.
     static QString explain(const QDBusMessage &error);
 

@@ -1,0 +1,256 @@
+#include "programs/scanwindow.h"
+
+#include "programs/elidedlabel.h"
+#include "programs/scanfigures.h"
+#include "programs/signatures.h"
+#include "programs/statusquery.h"
+#include "programs/threatmodel.h"
+
+#include <QAbstractButton>
+#include <QApplication>
+#include <QCloseEvent>
+#include <QMessageBox>
+#include <QPushButton>
+#include <QStyle>
+#include <QTableView>
+#include <QToolButton>
+#include <QVBoxLayout>
+
+namespace talo::programs
+{
+
+namespace
+{
+
+QString placeWords(const ScanRequest &request)
+{
+    switch (request.kind) {
+    case interface::FullScan:
+        return QStringLiteral("all files and folders");
+    case interface::QuickScan:
+        return QStringLiteral("the places where threats live and start");
+    case interface::CustomScan:
+        break;
+    }
+    return QString::fromUtf8(request.path).simplified();
+}
+
+} // namespace
+
+ScanWindow::ScanWindow(const ScanRequest &request, client::ScanJob &job, QWidget *parent)
+    : QWidget(parent)
+    , request_(request)
+    , job_(job)
+    , status_(new StatusQuery(this))
+    , model_(new ThreatModel(this))
+{
+    setObjectName(QStringLiteral("scanwindow"));
+    setAttribute(Qt::WA_StyledBackground); // a derived widget paints none of its own
+    setWindowTitle(kindTitle(request_.kind));
+
+    auto *layout = new QVBoxLayout(this);
+    layout->setContentsMargins(0, 0, 0, 0);
+    layout->setSpacing(0);
+    layout->addWidget(createTop());
+    layout->addWidget(createMiddle(), 1);
+    layout->addWidget(createBottom());
+    setFixedSize(600, 520);
+
+    connectJob();
+    showProgress(interface::ScanProgress());
+    status_->ask();
+}
+
+void ScanWindow::connectJob()
+{
+    connect(&job_, &client::ScanJob::progressed, this, &ScanWindow::showProgress);
+    connect(&job_, &client::ScanJob::threatsFound, this, &ScanWindow::addThreats);
+    connect(&job_, &client::ScanJob::refused, this, &ScanWindow::showRefusal);
+    connect(&job_, &client::ScanJob::ended, this, &ScanWindow::showEnd);
+    connect(&job_, &client::ScanJob::failed, this, &ScanWindow::showFailure);
+    connect(status_, &StatusQuery::answered, this, &ScanWindow::showSignatures);
+}
+
+void ScanWindow::showProgress(const talo::interface::ScanProgress &progress)
+{
+    const bool loaded = state_ == interface::Preparing && progress.state != interface::Preparing;
+    state_ = progress.state;
+    showState(progress);
+    figures_->showProgress(progress);
+    if (loaded)
+        status_->ask(); // only now the service knows how many signatures there are
+}
+
+void ScanWindow::showState(const interface::ScanProgress &progress)
+{
+    const bool paused = progress.state == interface::Paused;
+    const bool stopping = progress.state == interface::Stopping;
+    pause_->setText(paused ? QStringLiteral("RESUME") : QStringLiteral("PAUSE"));
+    pause_->setEnabled(progress.state == interface::Scanning || paused);
+    stop_->setEnabled(!stopping);
+    const QString place = placeWords(request_);
+    if (stopping)
+        sub_->setFullText(QStringLiteral("Stopping..."));
+    else if (paused)
+        sub_->setFullText(QStringLiteral("Paused: ") + place);
+    else if (progress.state == interface::Preparing)
+        sub_->setFullText(QStringLiteral("Loading the signatures..."));
+    else
+        sub_->setFullText(QStringLiteral("Scanning ") + place);
+}
+
+void ScanWindow::addThreats(const QList<talo::interface::ThreatFound> &threats)
+{
+    model_->append(threats);
+}
+
+void ScanWindow::showEnd(const talo::interface::ScanProgress &progress)
+{
+    state_ = progress.state;
+    exitCode_ = programs::exitCode(progress);
+    reportKey_ = progress.report;
+    figures_->showEnd(progress);
+    const Outcome whole = progress.threats == 0 ? Outcome::Clean : Outcome::Threats;
+    showSummary(progress.state == interface::Finished ? whole : Outcome::Unfinished,
+                verdictSentence(progress), notScannedSentence(progress));
+    sub_->setFullText(progress.state == interface::Finished ? QStringLiteral("The scan is done.")
+                      : progress.state == interface::Stopped
+                          ? QStringLiteral("The scan was stopped.")
+                          : QStringLiteral("The scan failed."));
+    view_->setVisible(!reportKey_.isEmpty());
+    status_->ask();
+    finish();
+}
+
+void ScanWindow::showFailure(const QString &problem)
+{
+    const bool begun = state_ != interface::Preparing;
+    state_ = interface::Failed;
+    sub_->setFullText(begun ? QStringLiteral("The scan was lost.")
+                            : QStringLiteral("The scan could not be started."));
+    // Numbers of a scan whose end nobody knows would look like a result.
+    figures_->hide();
+    signatures_->setVisible(begun);
+    showSummary(Outcome::Unfinished, problem);
+    finish();
+}
+
+void ScanWindow::showRefusal(const QString &problem)
+{
+    QMessageBox::warning(this, QStringLiteral("TALO Antivirus"), problem);
+}
+
+void ScanWindow::showSummary(Outcome outcome, const QString &text, const QString &note)
+{
+    // The style sheet colours the line by its name.
+    summary_->setObjectName(outcome == Outcome::Clean     ? QStringLiteral("lblScanClean")
+                            : outcome == Outcome::Threats ? QStringLiteral("lblScanThreats")
+                                                          : QStringLiteral("lblScanStatus"));
+    summary_->style()->unpolish(summary_);
+    summary_->style()->polish(summary_);
+    summary_->setText(text);
+    summary_->show();
+    note_->setText(note);
+    note_->setVisible(!note.isEmpty());
+    threats_->setVisible(model_->rowCount() > 0);
+}
+
+void ScanWindow::finish()
+{
+    pause_->hide();
+    stop_->hide();
+    close_->show();
+    close_->setFocus();
+    if (question_ != nullptr) {
+        question_->deleteLater(); // there is nothing left to decide
+        question_ = nullptr;
+    }
+    QApplication::alert(this);
+    if (isHidden())
+        QApplication::quit();
+}
+
+void ScanWindow::showSignatures(const QVariantMap &status)
+{
+    const SignatureWords words = describeSignatures(status, QDateTime::currentDateTimeUtc());
+    QString text = QLatin1String("Signatures: ") + words.inUse + QLatin1Char('.');
+    if (!words.advice.isEmpty())
+        text += QLatin1Char('\n') + words.advice;
+    signatures_->setText(text);
+}
+
+void ScanWindow::pauseOrResume()
+{
+    // Enabled again by the progress that shows what the order did.
+    pause_->setEnabled(false);
+    if (state_ == interface::Paused)
+        job_.resume();
+    else
+        job_.pause();
+}
+
+void ScanWindow::stop()
+{
+    stop_->setEnabled(false);
+    pause_->setEnabled(false);
+    sub_->setFullText(QStringLiteral("Stopping..."));
+    job_.stop();
+}
+
+void ScanWindow::viewReport()
+{
+    emit reportWanted(reportKey_);
+}
+
+void ScanWindow::changeEvent(QEvent *event)
+{
+    QWidget::changeEvent(event);
+    if (event->type() == QEvent::WindowStateChange)
+        job_.setPace(isMinimized() ? client::ScanJob::Pace::Unwatched
+                                   : client::ScanJob::Pace::Watched);
+}
+
+void ScanWindow::closeEvent(QCloseEvent *event)
+{
+    if (!job_.isActive())
+        return;
+    event->ignore();
+    if (question_ == nullptr)
+        askBeforeClosing();
+}
+
+void ScanWindow::askBeforeClosing()
+{
+    question_ = new QMessageBox(QMessageBox::Question, QStringLiteral("TALO Antivirus"),
+                                QStringLiteral("The scan goes on in the background. Its report "
+                                               "will be in the list."),
+                                QMessageBox::NoButton, this);
+    auto *goOn = question_->addButton(QStringLiteral("LET IT GO ON"), QMessageBox::AcceptRole);
+    auto *stopIt =
+        question_->addButton(QStringLiteral("STOP THE SCAN"), QMessageBox::DestructiveRole);
+    auto *keep = question_->addButton(QStringLiteral("KEEP THE WINDOW"), QMessageBox::RejectRole);
+    goOn->setObjectName(QStringLiteral("btnLetScanGoOn"));
+    stopIt->setObjectName(QStringLiteral("btnStopScanAndClose"));
+    keep->setObjectName(QStringLiteral("btnKeepScanWindow"));
+    question_->setDefaultButton(goOn);
+    question_->setEscapeButton(keep);
+    question_->setAttribute(Qt::WA_DeleteOnClose);
+    connect(question_, &QMessageBox::buttonClicked, this, &ScanWindow::answerClosing);
+    // Not exec(): the scan may end while the question stands, and takes it back then.
+    question_->open();
+}
+
+void ScanWindow::answerClosing(QAbstractButton *choice)
+{
+    const QMessageBox::ButtonRole role = question_->buttonRole(choice);
+    question_ = nullptr;
+    if (role == QMessageBox::AcceptRole) {
+        QApplication::quit();
+    } else if (role == QMessageBox::DestructiveRole) {
+        // The end of the scan ends the program.
+        hide();
+        stop();
+    }
+}
+
+} // namespace talo::programs

@@ -1,0 +1,89 @@
+#include "programs/scanwords.h"
+
+#include "programs/format.h"
+#include "programs/printable.h"
+
+namespace talo::programs
+{
+
+namespace
+{
+
+QString threatsSentence(const interface::ScanProgress &progress)
+{
+    if (progress.threats == 0)
+        return QStringLiteral("No threats found");
+    return formatCount(progress.threats, "threat", "threats") + QLatin1String(" found");
+}
+
+} // namespace
+
+QString kindTitle(interface::ScanKind kind)
+{
+    switch (kind) {
+    case interface::FullScan:
+        return QStringLiteral("Full Scan");
+    case interface::QuickScan:
+        return QStringLiteral("Quick Scan");
+    case interface::CustomScan:
+        break;
+    }
+    return QStringLiteral("Custom Scan");
+}
+
+quint64 filesScanned(const interface::ScanProgress &progress)
+{
+    return quint64{progress.clean} + progress.threats;
+}
+
+quint64 filesNotScanned(const interface::ScanProgress &progress)
+{
+    return quint64{progress.skipped} + progress.errors;
+}
+
+int percentDone(const interface::ScanProgress &progress)
+{
+    if (progress.state == interface::Finished)
+        return 100;
+    // Bytes tell the time better than files, where there are any.
+    const bool byBytes = progress.bytesTotal > 0;
+    const auto total =
+        static_cast<long double>(byBytes ? progress.bytesTotal : progress.filesTotal);
+    const auto done = static_cast<long double>(byBytes ? progress.bytesDone : progress.filesDone);
+    if (progress.filesTotal == 0)
+        return -1;
+    return static_cast<int>(qMin(99.0L, done * 100 / total));
+}
+
+QString verdictSentence(const interface::ScanProgress &progress)
+{
+    const QString found = threatsSentence(progress);
+    if (progress.state == interface::Finished)
+        return found + QLatin1Char('.');
+    const QString sofar = found + QLatin1String(" until then.");
+    if (progress.state == interface::Stopped)
+        return QLatin1String("The scan was stopped. ") + sofar;
+    const QString reason = printable(progress.failure);
+    const QString failed = reason.isEmpty() ? QStringLiteral("The scan failed. ")
+                                            : QStringLiteral("The scan failed: %1. ").arg(reason);
+    return QString(failed).replace(QLatin1String(".. "), QLatin1String(". ")) + sofar;
+}
+
+QString notScannedSentence(const interface::ScanProgress &progress)
+{
+    const quint64 count = filesNotScanned(progress);
+    if (count == 0)
+        return QString();
+    return QStringLiteral("%1 not scanned: %2 skipped, %3 with errors.")
+        .arg(formatCount(count, "file was", "files were"), formatCount(progress.skipped),
+             formatCount(progress.errors));
+}
+
+ExitCode exitCode(const interface::ScanProgress &progress)
+{
+    if (progress.state != interface::Finished)
+        return ScanFailed;
+    return progress.threats == 0 ? NoThreats : ThreatsFound;
+}
+
+} // namespace talo::programs

@@ -1,0 +1,57 @@
+#include "programs/signatures.h"
+
+#include "programs/format.h"
+#include "programs/printable.h"
+
+#include <QStringList>
+
+namespace talo::programs
+{
+
+namespace
+{
+
+constexpr qint64 kSecondsOfDay = 24 * 60 * 60;
+constexpr qint64 kOldDays = 7;
+
+QString ageWords(qint64 days)
+{
+    if (days == 0)
+        return QStringLiteral("less than a day old");
+    return formatCount(static_cast<quint64>(days), "day", "days") + QLatin1String(" old");
+}
+
+} // namespace
+
+SignatureWords describeSignatures(const QVariantMap &status, const QDateTime &now)
+{
+    const QString set = printable(status.value(QStringLiteral("signatureSet")).toString());
+    if (set.isEmpty())
+        return {QStringLiteral("not known"),
+                QStringLiteral("The service did not say which signatures it scans with.")};
+
+    QStringList parts{set + QLatin1String(" set")};
+    const QString version = printable(status.value(QStringLiteral("signatureVersion")).toString());
+    if (!version.isEmpty())
+        parts << QLatin1String("version ") + version;
+    const qint64 time = status.value(QStringLiteral("signatureTime")).toLongLong();
+    // A clock that was set back does not make signatures from the future.
+    const qint64 days = qMax<qint64>(0, now.toSecsSinceEpoch() - time) / kSecondsOfDay;
+    parts << (time > 0 ? ageWords(days) : QStringLiteral("of unknown age"));
+    const quint64 count = status.value(QStringLiteral("signatureCount")).toULongLong();
+    if (count > 0)
+        parts << formatCount(count, "signature", "signatures");
+
+    QString advice;
+    if (set == QLatin1String("built-in"))
+        advice = QStringLiteral("The built-in set knows little more than test files. Update the "
+                                "signatures to find current malware.");
+    else if (time <= 0)
+        advice = QStringLiteral("The age of the signatures is not known. Update them to be sure.");
+    else if (days > kOldDays)
+        advice = QStringLiteral("The signatures are %1. Update them to find current malware.")
+                     .arg(ageWords(days));
+    return {parts.join(QLatin1String(", ")), advice};
+}
+
+} // namespace talo::programs

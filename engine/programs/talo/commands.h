@@ -1,0 +1,21 @@
+// The commands of `talo`, one per group. Each takes the words after its name and returns the
+// program's exit code.
+#pragma once
+
+#include <QByteArray>
+#include <QList>
+
+namespace talo::programs
+{
+
+using Words = QList<QByteArray>; // bytes, since some of them are paths
+
+int statusCommand(const Words &words);
+int scanCommand(const Words &words);
+int reportCommand(const Words &words);
+int quarantineCommand(const Words &words);
+
+// What every command answers where it was not understood: says so and returns the exit code.
+int usageError(const char *problem);
+
+} // namespace talo::programs

@@ -1,0 +1,19 @@
+// A whole run of scans in the terminal, from the event loop to the exit code.
+#pragma once
+
+#include "programs/scanrequest.h"
+
+#include <QList>
+
+namespace talo::programs
+{
+
+// Needs a QCoreApplication. Returns the exit code of the program.
+int runTerminalScans(const QList<ScanRequest> &requests);
+
+// Before an application object: output that nobody reads any more must not end the program.
+// After it: names in scripts other than the locale's keep their width and their letters.
+void ignoreBrokenPipes();
+void useUtf8();
+
+} // namespace talo::programs
