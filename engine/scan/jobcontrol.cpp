@@ -14,10 +14,12 @@ void JobControl::pause()
 {
     setState(State::Paused);
 }
+
 void JobControl::resume()
 {
     setState(State::Running);
 }
+
 void JobControl::stop()
 {
     setState(State::Stopped);
