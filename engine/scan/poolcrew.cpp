@@ -18,6 +18,9 @@ constexpr auto kConfirmTime = 2s;
 // A server that ends while it serves is nobody's fault, until it happens again and again.
 constexpr unsigned kMostInterrupts = 3;
 constexpr unsigned kMostFailedStarts = 3;
+// Each death costs a file, so this cannot go on forever; but a folder full of deadly files shall
+// not take the processors either.
+constexpr auto kLongestRest = 100ms;
 
 std::string cause(const protocol::Ended &ended)
 {
@@ -200,7 +203,7 @@ void PoolCrew::settle(Worker &worker, const std::string &cause)
     ++worker.deaths;
     worker.notBefore = Clock::now();
     if (worker.deaths > 1)
-        worker.notBefore += std::min(2000ms, 25ms * (1 << std::min(worker.deaths, 8u)));
+        worker.notBefore += std::min<Clock::duration>(kLongestRest, 5ms * worker.deaths);
     worker.givenSize = 0;
     worker.socket.reset();
     worker.state = State::Absent;

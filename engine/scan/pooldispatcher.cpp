@@ -35,10 +35,10 @@ void PoolDispatcher::run()
 {
     for (;;) {
         const TimePoint now = Clock::now();
+        judgeCrew(now); // first, for it may fulfil a wish
         const PoolQueue::Wishes wishes = queue_.wishes();
         if (wishes.end)
             break;
-        judgeCrew(now);
         followWishes(wishes, now);
         if (crew_)
             crew_->feed(now);

@@ -110,7 +110,7 @@ std::string PoolQueue::load()
     loadChanged_.wait(lock, [this] { return ended_ || !loadWanted_; });
     if (ended_)
         return kPoolEnded;
-    return state_ == LoadState::Failed ? failure_ : std::string();
+    return loadAnswer_;
 }
 
 WorkerPool::Signatures PoolQueue::signatures() const
@@ -160,9 +160,9 @@ void PoolQueue::publish(LoadState state, unsigned signatures, const std::string 
     const std::lock_guard lock(mutex_);
     state_ = state;
     signatures_ = signatures;
-    failure_ = failure;
     if (state == LoadState::Loaded || state == LoadState::Failed) {
         loadWanted_ = false;
+        loadAnswer_ = failure;
         loadChanged_.notify_all();
     }
 }

@@ -117,7 +117,7 @@ private:
     std::condition_variable loadChanged_;
     LoadState state_ = LoadState::Unloaded;
     unsigned signatures_ = 0;
-    std::string failure_;
+    std::string loadAnswer_; // why the last load failed
     std::string folder_;
     std::uint64_t folderChanges_ = 0;
 };

@@ -6,7 +6,6 @@
 #include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
-#include <set>
 #include <sstream>
 #include <sys/stat.h>
 #include <thread>
@@ -16,6 +15,32 @@ namespace talo::scan::test
 {
 
 using namespace std::chrono_literals;
+
+namespace
+{
+
+// Folders for temporary files are counted, so those of other programs must not be among them.
+class OwnTemporaryFolder : public testing::Environment
+{
+public:
+    void SetUp() override
+    {
+        std::string path = (fs::temp_directory_path() / "talo-tests-XXXXXX").string();
+        ASSERT_NE(mkdtemp(path.data()), nullptr);
+        path_ = path;
+        fs::permissions(path_, fs::perms::all);
+        setenv("TMPDIR", path_.c_str(), 1);
+    }
+    void TearDown() override { fs::remove_all(path_); }
+
+private:
+    fs::path path_;
+};
+
+[[maybe_unused]] const auto *const kTemporaryFolder =
+    testing::AddGlobalTestEnvironment(new OwnTemporaryFolder);
+
+} // namespace
 
 TestFolder::TestFolder()
 {
@@ -168,6 +193,21 @@ std::vector<pid_t> processesOf(const std::string &program)
         if (programOf(pid) == name)
             found.push_back(pid);
     return found;
+}
+
+long processorTime(pid_t pid)
+{
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    std::string text;
+    std::getline(file, text);
+    std::istringstream fields(text.substr(text.rfind(')') + 2));
+    std::string skipped;
+    for (int field = 3; field < 14; ++field)
+        fields >> skipped;
+    long user = 0;
+    long system = 0;
+    fields >> user >> system;
+    return user + system;
 }
 
 bool eventually(const std::function<bool()> &holds)

@@ -57,6 +57,9 @@ std::vector<pid_t> descendants();
 // Those of them that run the given program, the server before its workers.
 std::vector<pid_t> processesOf(const std::string &program);
 
+// The processor time a process has used, in ticks: a worker at work uses some, an idle one none.
+long processorTime(pid_t pid);
+
 // Waits until something holds; false when it does not within ten seconds.
 bool eventually(const std::function<bool()> &holds);
 

@@ -100,10 +100,9 @@ TEST_F(PoolLife, AKilledWorkerCostsOneFileAtMost)
     Submitted hanging(pool, hang());
     ASSERT_TRUE(eventually([] { return processesOf(faultyWorker()).size() == 2; }));
     const pid_t worker = processesOf(faultyWorker()).back();
-    // Only a worker that has taken the file has a processor to itself.
     std::vector<fs::path> files{folder.write("a", "text"), folder.write("b", eicar())};
     std::thread killer([worker] {
-        std::this_thread::sleep_for(300ms);
+        EXPECT_TRUE(eventually([worker] { return processorTime(worker) > 5; }));
         kill(worker, SIGKILL);
     });
     const auto verdicts = scanAll(pool, files);
@@ -123,9 +122,11 @@ TEST_F(PoolLife, AKilledServerIsReplacedAndCostsNothing)
     for (int number = 0; number < 3000; ++number)
         files.push_back(folder.write(std::to_string(number), "text " + std::to_string(number)));
     ASSERT_EQ(pool.load(), "");
+    ASSERT_TRUE(eventually([] { return processesOf(realWorker()).size() == 3; }));
     const pid_t server = processesOf(realWorker()).front();
-    std::thread killer([server] {
-        std::this_thread::sleep_for(30ms);
+    const pid_t worker = processesOf(realWorker()).back();
+    std::thread killer([server, worker] {
+        EXPECT_TRUE(eventually([worker] { return processorTime(worker) > 2; }));
         kill(server, SIGKILL);
     });
     const auto verdicts = scanAll(pool, files);
