@@ -17,6 +17,7 @@
 
 #include <gtest/gtest.h>
 
+#include <array>
 #include <chrono>
 #include <cstdlib>
 #include <thread>
@@ -195,9 +196,9 @@ TEST_F(WithoutBus, NoFileIsTouched)
 
 TEST_F(WithoutBus, ManyThreadsMayAsk)
 {
-    std::vector<std::thread> threads;
-    for (int number = 0; number < 8; ++number)
-        threads.emplace_back([] {
+    std::array<std::thread, 8> threads;
+    for (std::thread &thread : threads)
+        thread = std::thread([] {
             for (int round = 0; round < 5; ++round) {
                 std::string list;
                 int count = 0;

@@ -57,7 +57,7 @@ public:
         if (pid_ == 0) {
             close(ready[0]);
             close(stay[1]);
-            const char result = static_cast<char>(work());
+            const auto result = static_cast<unsigned char>(work());
             char ignored = 0;
             if (write(ready[1], &result, 1) != 1 || read(stay[0], &ignored, 1) != 0)
                 _exit(1);
@@ -66,7 +66,7 @@ public:
         close(ready[1]);
         close(stay[0]);
         stay_ = stay[1];
-        char result = 0;
+        unsigned char result = 0;
         if (read(ready[0], &result, 1) == 1)
             result_ = result;
         close(ready[0]);
