@@ -14,7 +14,7 @@ void setCache(cl_engine *engine, Cache cache)
 }
 
 // The zip unpacker writes in blocks and stops before the block that would pass the limit.
-constexpr std::uint64_t kUnpackBlock = 64 * 1024;
+constexpr std::uint64_t kUnpackBlock = 64u << 10;
 
 } // namespace
 

@@ -87,6 +87,7 @@ TEST_F(PoolLife, DescriptorsAreNotLost)
     ASSERT_TRUE(eventually([] { return processesOf(faultyWorker()).size() == 3; }));
     const std::size_t before = openDescriptors();
     std::vector<fs::path> files;
+    files.reserve(200);
     for (int number = 0; number < 200; ++number)
         files.push_back(
             folder.write(std::to_string(number), number % 50 == 1 ? "TALO-FAULT crash\n" : "text"));
@@ -119,6 +120,7 @@ TEST_F(PoolLife, AKilledServerIsReplacedAndCostsNothing)
 {
     WorkerPool pool(config(realWorker()));
     std::vector<fs::path> files;
+    files.reserve(3000);
     for (int number = 0; number < 3000; ++number)
         files.push_back(folder.write(std::to_string(number), "text " + std::to_string(number)));
     ASSERT_EQ(pool.load(), "");
@@ -209,6 +211,7 @@ TEST_F(PoolLife, SignaturesChangeInTheMidstOfAScan)
     first.signatureFolder = signatures("one", "crocodile");
     const std::string other = signatures("two", "elephant");
     std::vector<fs::path> files;
+    files.reserve(2000);
     for (int number = 0; number < 2000; ++number)
         files.push_back(folder.write(std::to_string(number) + ".txt",
                                      "a crocodile and an elephant, " + std::to_string(number)));
