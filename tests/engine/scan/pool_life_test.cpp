@@ -5,10 +5,8 @@
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 
@@ -328,42 +326,6 @@ TEST_F(PoolLife, NoWorkerIsEverRoot)
         }
         std::fclose(file);
     }
-}
-
-TEST_F(PoolLife, AnOrdinaryUserScansToo)
-{
-    if (geteuid() != 0)
-        GTEST_SKIP() << "runs as an ordinary user anyway";
-    const auto threat = folder.write("threat", eicar());
-    const auto archive = fs::path("/usr/share/clamav-testfiles/clam.zip");
-    const auto order = folder.write("order", "TALO-FAULT openpasswd\n");
-    const auto socket = folder.write("socket", "TALO-FAULT socket\n");
-    const pid_t child = fork(); // no other thread runs here
-    if (child == 0) {
-        int result = 0;
-        if (setgroups(0, nullptr) != 0 || setresgid(65533, 65533, 65533) != 0 ||
-            setresuid(65533, 65533, 65533) != 0)
-            _exit(100);
-        {
-            WorkerPool pool(config(faultyWorker()));
-            if (!pool.load().empty())
-                result |= 1;
-            if (scanOne(pool, threat).kind != VerdictKind::Threat)
-                result |= 2;
-            if (fs::exists(archive) && scanOne(pool, archive).kind != VerdictKind::Threat)
-                result |= 4;
-            if (scanOne(pool, order).kind != VerdictKind::Clean ||
-                scanOne(pool, socket).kind != VerdictKind::Clean)
-                result |= 8;
-        }
-        if (!scratchFolders().empty())
-            result |= 16;
-        _exit(result);
-    }
-    int status = 0;
-    ASSERT_EQ(waitpid(child, &status, 0), child);
-    EXPECT_TRUE(WIFEXITED(status));
-    EXPECT_EQ(WEXITSTATUS(status), 0);
 }
 
 TEST_F(PoolLife, LeftoversOfAKilledProcessAreSwept)
