@@ -99,7 +99,7 @@ ObjectRecord recordOf(const Quarantine::Catch &file, const struct stat &status)
     record.arrival = std::time(nullptr);
     record.identity = files::identityOf(status);
     record.path = file.path;
-    record.threat = file.threat;
+    record.threat = file.threat.substr(0, kMaxThreatLength);
     return record;
 }
 

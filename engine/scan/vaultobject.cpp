@@ -24,8 +24,7 @@ constexpr std::size_t kHashSize = 32;
 // numbers, arrival; device, inode.
 constexpr std::size_t kFixedSize = 8 + 3 * 4 + 2 * 32 + 8 + 3 * 4 + 5 * 8 + 2 * 8;
 constexpr std::size_t kMaxPath = 128 * 1024; // longer than any path that a scan reaches
-constexpr std::size_t kMaxThreat = 4096;
-constexpr std::size_t kChunk = 256 * 1024; // whole blocks of the cipher
+constexpr std::size_t kChunk = 256 * 1024;   // whole blocks of the cipher
 
 class Writer
 {
@@ -223,7 +222,7 @@ Result<ObjectRecord> readRecord(int object)
         return damaged();
     const std::size_t pathLength = start.number(4);
     const std::size_t threatLength = start.number(4);
-    if (pathLength > kMaxPath || threatLength > kMaxThreat)
+    if (pathLength > kMaxPath || threatLength > kMaxThreatLength)
         return damaged();
 
     text.resize(encodedSize(pathLength, threatLength));

@@ -157,6 +157,18 @@ TEST_F(QuarantineTest, keepsEmptyFilesToo)
     EXPECT_EQ(statusOf(home("empty")).st_size, 0);
 }
 
+TEST_F(QuarantineTest, keepsNoThreatNameBeyondMeasure)
+{
+    writeFile(home("evil"), "EVIL");
+    const Scanned scanned(folder_ / "home", "evil");
+    Quarantine::Catch caught = scanned.caught();
+    caught.threat = std::string(100000, 'x');
+    ASSERT_TRUE(quarantine_.take(caught));
+    const auto list = quarantine_.list();
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].threat, std::string(4096, 'x'));
+}
+
 TEST_F(QuarantineTest, saysHowManyOtherNamesRemain)
 {
     writeFile(home("evil"), "EVIL");
