@@ -33,8 +33,7 @@ std::vector<files::Identity> identitiesOf(const std::vector<std::string> &folder
 {
     std::vector<files::Identity> identities;
     for (const std::string &folder : folders) {
-        struct stat status {
-        };
+        struct stat status = {};
         if (stat(folder.c_str(), &status) == 0)
             identities.push_back(files::identityOf(status));
     }

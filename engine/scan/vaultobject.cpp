@@ -23,8 +23,8 @@ constexpr std::size_t kHashSize = 32;
 // magic, version, both lengths, key, content's hash and size; owner, group, mode; two times of two
 // numbers, arrival; device, inode.
 constexpr std::size_t kFixedSize = 8 + 3 * 4 + 2 * 32 + 8 + 3 * 4 + 5 * 8 + 2 * 8;
-constexpr std::size_t kMaxPath = 128 * 1024; // longer than any path that a scan reaches
-constexpr std::size_t kChunk = 256 * 1024;   // whole blocks of the cipher
+constexpr std::size_t kMaxPath = 131072; // longer than any path that a scan reaches
+constexpr std::size_t kChunk = 262144;   // whole blocks of the cipher
 
 class Writer
 {
@@ -206,8 +206,7 @@ std::optional<Error> writeRecord(int object, const ObjectRecord &record)
 
 Result<ObjectRecord> readRecord(int object)
 {
-    struct stat status {
-    };
+    struct stat status = {};
     if (fstat(object, &status) != 0)
         return files::systemError(errno);
     std::string text(kFixedSize, '\0');
@@ -237,7 +236,7 @@ Result<ObjectRecord> readRecord(int object)
         return damaged();
 
     Reader in(text);
-    in.bytes(kMagic.size() + 3 * 4);
+    in.bytes(kMagic.size() + 3 * sizeof(std::uint32_t));
     ObjectRecord record = decodeFields(in, pathLength, threatLength);
     const auto size = static_cast<std::uint64_t>(status.st_size);
     if (!isPlausible(record) || size < text.size() || record.contentSize != size - text.size())

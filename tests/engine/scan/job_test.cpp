@@ -331,17 +331,15 @@ TEST_F(JobTest, maySafelyBeAskedFromManyThreads)
         file(std::to_string(i), i % 10 ? "x" : "THREAT Heuristics.Odd");
     const auto one = job();
     std::atomic<bool> over{false};
-    std::vector<std::thread> askers;
-    for (int i = 0; i < 3; ++i) {
-        askers.emplace_back([&] {
-            while (!over) {
-                one->progress();
-                one->threats(0, 10);
-                one->pause();
-                one->resume();
-            }
-        });
-    }
+    const auto ask = [&] {
+        while (!over) {
+            one->progress();
+            one->threats(0, 10);
+            one->pause();
+            one->resume();
+        }
+    };
+    std::thread askers[] = {std::thread(ask), std::thread(ask), std::thread(ask)};
     one->start();
     one->wait();
     over = true;

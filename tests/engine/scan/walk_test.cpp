@@ -117,8 +117,7 @@ TEST_F(WalkTest, givesTheFileOpenAndItsFolder)
     while (found = walk.next(), found.kind == Kind::Step) {
     }
     ASSERT_EQ(found.kind, Kind::File);
-    struct stat byName {
-    };
+    struct stat byName = {};
     ASSERT_EQ(fstatat(found.folder->get(), found.name.c_str(), &byName, 0), 0);
     EXPECT_EQ(byName.st_ino, found.status.st_ino);
     char text[8];
@@ -216,8 +215,7 @@ TEST_F(WalkTest, leavesOutOurOwnFolders)
     folder("own");
     file("own/x");
     file("a");
-    struct stat own {
-    };
+    struct stat own = {};
     stat((folder_ / "own").c_str(), &own);
     Harvest harvest =
         walkFrom({folder_.path()}, Walk::Purpose::Scan, {talo::files::identityOf(own)});
