@@ -3,6 +3,7 @@
 
 #include "scan/job.h"
 
+#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <limits>
@@ -38,6 +39,12 @@ public:
             const std::lock_guard<std::mutex> lock(mutex_);
             return submitted_;
         }
+        // The most files that ever waited at once.
+        std::size_t peak() const
+        {
+            const std::lock_guard<std::mutex> lock(mutex_);
+            return peak_;
+        }
         bool cancelled() const
         {
             const std::lock_guard<std::mutex> lock(mutex_);
@@ -63,6 +70,7 @@ public:
         std::condition_variable changed_;
         std::size_t allowed_ = std::numeric_limits<std::size_t>::max();
         std::size_t submitted_ = 0;
+        std::size_t peak_ = 0;
         bool loadHeld_ = false;
         bool cancelled_ = false;
     };
@@ -97,6 +105,7 @@ private:
                 queue_.push_back({cookie, std::move(verdict)});
             const std::lock_guard<std::mutex> lock(control_->mutex_);
             ++control_->submitted_;
+            control_->peak_ = std::max(control_->peak_, queue_.size());
             control_->changed_.notify_all();
         }
         std::optional<Result> next(std::chrono::milliseconds wait) override

@@ -160,6 +160,7 @@ TEST_F(JobTest, submitsNoMoreThanThereIsRoom)
     control_->release();
     one->wait();
     EXPECT_EQ(control_->submitted(), 30u);
+    EXPECT_EQ(control_->peak(), 5u);
 }
 
 TEST_F(JobTest, restsWhilePaused)
