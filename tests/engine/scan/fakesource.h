@@ -3,7 +3,6 @@
 
 #include "scan/job.h"
 
-#include <algorithm>
 #include <condition_variable>
 #include <deque>
 #include <limits>
@@ -39,12 +38,6 @@ public:
             const std::lock_guard<std::mutex> lock(mutex_);
             return submitted_;
         }
-        // The most files that ever waited at once.
-        std::size_t peak() const
-        {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            return peak_;
-        }
         bool cancelled() const
         {
             const std::lock_guard<std::mutex> lock(mutex_);
@@ -55,6 +48,13 @@ public:
             std::unique_lock<std::mutex> lock(mutex_);
             return changed_.wait_for(lock, std::chrono::seconds(20),
                                      [&] { return submitted_ >= count; });
+        }
+
+        // Until the job has nothing to do but to wait for an answer.
+        bool waitUntilAwaited()
+        {
+            std::unique_lock<std::mutex> lock(mutex_);
+            return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return awaited_; });
         }
 
     private:
@@ -70,7 +70,7 @@ public:
         std::condition_variable changed_;
         std::size_t allowed_ = std::numeric_limits<std::size_t>::max();
         std::size_t submitted_ = 0;
-        std::size_t peak_ = 0;
+        bool awaited_ = false;
         bool loadHeld_ = false;
         bool cancelled_ = false;
     };
@@ -105,12 +105,15 @@ private:
                 queue_.push_back({cookie, std::move(verdict)});
             const std::lock_guard<std::mutex> lock(control_->mutex_);
             ++control_->submitted_;
-            control_->peak_ = std::max(control_->peak_, queue_.size());
             control_->changed_.notify_all();
         }
         std::optional<Result> next(std::chrono::milliseconds wait) override
         {
             std::unique_lock<std::mutex> lock(control_->mutex_);
+            if (wait.count() > 0) {
+                control_->awaited_ = true;
+                control_->changed_.notify_all();
+            }
             const bool allowed =
                 control_->changed_.wait_for(lock, wait, [this] { return control_->allowed_ > 0; });
             if (!allowed || queue_.empty())
