@@ -33,8 +33,7 @@ std::vector<files::Identity> identitiesOf(const std::vector<std::string> &folder
 {
     std::vector<files::Identity> identities;
     for (const std::string &folder : folders) {
-        struct stat status {
-        };
+        struct stat status = {};
         if (stat(folder.c_str(), &status) == 0)
             identities.push_back(files::identityOf(status));
     }
@@ -140,6 +139,7 @@ private:
     std::string current_;
     Tally counted_;
     Totals totals_;
+    milliseconds preparation_{0}; // took so long
     RemainingTime remaining_;
     std::vector<Threat> threats_;
     std::size_t threatText_ = 0;
@@ -197,6 +197,7 @@ Job::Impl::Outcome Job::Impl::scan()
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         phase_ = JobPhase::Scanning;
+        preparation_ = control_.elapsed();
     }
     VerdictChain chain({}, source_->open(), settings_.options);
     Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Scan);
@@ -357,9 +358,11 @@ JobProgress Job::Impl::progress()
     progress.bytesTotal = counted_.bytes;
     progress.totals = totals_;
     progress.elapsed = control_.elapsed();
-    progress.remaining = phase_ == JobPhase::Ended
-                             ? milliseconds{0}
-                             : remaining_.estimate(sum(totals_), counted_, progress.elapsed);
+    if (phase_ == JobPhase::Ended)
+        progress.remaining = milliseconds{0};
+    else if (phase_ == JobPhase::Scanning)
+        progress.remaining =
+            remaining_.estimate(sum(totals_), counted_, progress.elapsed - preparation_);
     return progress;
 }
 
