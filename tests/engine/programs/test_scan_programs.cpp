@@ -136,7 +136,7 @@ void TestScanPrograms::cleanScan()
     QVERIFY(end.err.isEmpty());
     QVERIFY(!end.out.contains('\r')); // no progress where nobody watches
     QVERIFY(end.out.startsWith("Custom Scan of /tmp finished after 3 min 20 s.\n"));
-    QVERIFY(end.out.contains("12,345 files, 1.4 GB\n"));
+    QVERIFY(end.out.contains("  Scanned:      12,345 files\n  Data done:    1.4 GB\n"));
     QVERIFY(end.out.contains("updated set, version 27123, less than a day old"));
     QVERIFY(end.out.contains("talo report show \"2026-11-21 14:05:09\"\n"));
     QVERIFY(end.out.contains("5 files were not scanned: 3 skipped, 2 with errors.\n"));
