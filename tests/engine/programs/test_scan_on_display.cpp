@@ -5,6 +5,7 @@
 #include "engine/programs/support/samples.h"
 
 #include <QProcess>
+#include <QScopeGuard>
 #include <QtTest>
 
 #include <csignal>
@@ -116,6 +117,11 @@ void TestScanOnDisplay::outlivesItsStarterAndItsPipe()
         QVERIFY(starter.waitForReadyRead(20000));
     const qint64 pid = starter.readLine().trimmed().toLongLong();
     QVERIFY(pid > 0);
+    // However the test ends, the program must not outlive that too.
+    const auto ended = qScopeGuard([pid] {
+        if (lives(pid))
+            ::kill(static_cast<pid_t>(pid), SIGKILL);
+    });
     QTRY_VERIFY_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")) > 0, 20000);
     starter.kill();
     QVERIFY(starter.waitForFinished());
