@@ -30,7 +30,7 @@ namespace talo::service
 namespace
 {
 
-constexpr std::time_t kDay = 24 * 60 * 60;
+constexpr std::time_t kDay = std::time_t{24} * 60 * 60;
 constexpr std::time_t kKeptInQuarantine = 30 * kDay;
 
 QString connectionName()

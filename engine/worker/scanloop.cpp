@@ -4,7 +4,7 @@
 #include "scan/workerprotocol.h"
 
 #ifdef TALO_SCAN_FAULTS
-#include "engine/worker/faults.h"
+#include "faults.h"
 #endif
 
 #include <unistd.h>
