@@ -2,6 +2,7 @@
 
 #include "files/printable.h"
 #include "scan/actions.h"
+#include "scan/counting.h"
 #include "scan/jobcontrol.h"
 #include "scan/quarantine.h"
 #include "scan/remaining.h"
@@ -160,31 +161,11 @@ void Job::Impl::run()
     ended_.notify_all();
 }
 
-// Counts ahead of the scan what it will come to. Looking is so much faster than scanning that the
-// count is there soon.
 void Job::Impl::count()
 {
-    Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Count);
-    Tally counted;
-    while (control_.waitWhilePaused()) {
-        const Walk::Found found = walk.next();
-        switch (found.kind) {
-        case Walk::Kind::File:
-            add(counted, static_cast<std::uint64_t>(found.status.st_size));
-            break;
-        case Walk::Kind::Skipped:
-        case Walk::Kind::Error:
-            add(counted, 0);
-            break;
-        case Walk::Kind::Step:
-            break;
-        case Walk::Kind::End: {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            counted_ = counted;
-            return;
-        }
-        }
-    }
+    const auto counted = countAhead(roots_, identitiesOf(settings_.leaveOut), control_);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    counted_ = counted.value_or(Tally{});
 }
 
 Job::Impl::Outcome Job::Impl::scan()
@@ -369,10 +350,10 @@ JobProgress Job::Impl::progress()
 std::vector<Threat> Job::Impl::threats(std::size_t from, std::size_t most) const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::size_t begin = std::min(from, threats_.size());
-    const std::size_t end = begin + std::min(most, threats_.size() - begin);
-    return {threats_.begin() + static_cast<std::ptrdiff_t>(begin),
-            threats_.begin() + static_cast<std::ptrdiff_t>(end)};
+    const auto begin =
+        threats_.begin() + static_cast<std::ptrdiff_t>(std::min(from, threats_.size()));
+    const auto left = static_cast<std::size_t>(threats_.end() - begin);
+    return {begin, begin + static_cast<std::ptrdiff_t>(std::min(most, left))};
 }
 
 Job::Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings,
