@@ -1,11 +1,12 @@
 #include "service/scanservice.h"
 
-#include "files/printable.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
 #include "service/log.h"
+#include "service/shown.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>
 
