@@ -31,7 +31,7 @@ constexpr std::int64_t kVersion = sizeof kMigrations / sizeof kMigrations[0];
 std::string systemReason()
 {
     return std::strerror(errno);
-} // NOLINT(concurrency-mt-unsafe)
+}
 
 bool isDamage(int code)
 {
