@@ -111,8 +111,9 @@ void ScanWindow::showEnd(const talo::interface::ScanProgress &progress)
     reportKey_ = progress.report;
     figures_->showEnd(progress);
     const Outcome whole = progress.threats == 0 ? Outcome::Clean : Outcome::Threats;
-    showSummary(progress.state == interface::Finished ? whole : Outcome::Unfinished,
-                verdictSentence(progress), notScannedSentence(progress));
+    const bool told = progress.state == interface::Finished && !nothingCouldBeScanned(progress);
+    showSummary(told ? whole : Outcome::Unfinished, verdictSentence(progress),
+                notScannedSentence(progress));
     sub_->setFullText(progress.state == interface::Finished ? QStringLiteral("The scan is done.")
                       : progress.state == interface::Stopped
                           ? QStringLiteral("The scan was stopped.")
