@@ -242,7 +242,7 @@ TEST_F(Reports, WithTooManyThreatsForOneMessageCountThemAndListTheFirst)
     const std::string text = reports->read(reports->finish(id, Outcome::Completed, {}, "")).text;
     EXPECT_LT(text.size(), std::size_t{10} << 20u);
     EXPECT_TRUE(has(text, "\nThreats (12)\n"));
-    EXPECT_TRUE(has(text, "Only the first 8 are listed.\n"));
+    EXPECT_TRUE(has(text, "Only 8 of them are listed.\n"));
 }
 
 TEST_F(Reports, AnUnfinishedScanIsNotListedUntilItIsClosedAsInterrupted)
