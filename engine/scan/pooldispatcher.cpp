@@ -59,7 +59,7 @@ void PoolDispatcher::waitForEvents(TimePoint until)
     if (until != TimePoint::max()) {
         const auto wait =
             std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
-        timeout = static_cast<int>(std::clamp<long long>(wait, 0, 3600 * 1000));
+        timeout = static_cast<int>(std::clamp<long long>(wait, 0, 3'600'000));
     }
     if (poll(watched.data(), watched.size(), timeout) < 0)
         return; // interrupted; nothing in `watched` is to be trusted

@@ -16,7 +16,7 @@ void loadCharsets()
           "CP1254",     "CP1255",      "CP1256",     "CP1257",     "CP1258",      "KOI8-R",
           "KOI8-U",     "SHIFT_JIS",   "CP932",      "EUC-JP",     "ISO-2022-JP", "EUC-KR",
           "CP949",      "GBK",         "GB18030",    "BIG5",       "UTF-7",       "UTF-32"})
-        iconv_open("UTF-8", charset);
+        static_cast<void>(iconv_open("UTF-8", charset));
 }
 
 } // namespace talo::worker

@@ -138,7 +138,7 @@ Judgement Engine::scanContent(int fd, std::uint32_t options)
     unsigned long scanned = 0;
     const cl_error_t code =
         cl_scandesc_callback(fd, nullptr, &name, &scanned, engine_, &how, &layers);
-    return outcome(code, name, layers.cutShort());
+    return outcome(code, name, layers.unseen());
 }
 
 } // namespace talo::worker

@@ -15,8 +15,8 @@ struct Isolation {
 
 // As root: namespaces, one tmpfs a slot, then an unprivileged identity for good. As an ordinary
 // user the same through a user namespace. Where the system allows neither, an ordinary user's
-// folders lie in `scratchFolder`, and the file system and the network are closed to the workers by
-// Landlock and seccomp alone.
+// folders lie in `scratchFolder`, where each file in them is limited in size but not their sum, and
+// the file system and the network are closed to the workers by Landlock and seccomp alone.
 Isolation isolate(unsigned slots, std::uint64_t temporarySize, int scratchFolder);
 
 // Removes everything in a folder.

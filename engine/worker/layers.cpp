@@ -1,5 +1,7 @@
 #include "layers.h"
 
+#include "zip64.h"
+
 #include <cstring>
 
 namespace talo::worker
@@ -14,7 +16,14 @@ void setCache(cl_engine *engine, Cache cache)
 }
 
 // The zip unpacker writes in blocks and stops before the block that would pass the limit.
-constexpr std::uint64_t kUnpackBlock = 64 * 1024;
+constexpr std::uint64_t kUnpackBlock = 64u << 10;
+
+// An office document is a zip archive too.
+bool isZip(const char *type)
+{
+    return type &&
+           (std::strcmp(type, "CL_TYPE_ZIP") == 0 || std::strncmp(type, "CL_TYPE_OOXML", 13) == 0);
+}
 
 } // namespace
 
@@ -32,15 +41,21 @@ cl_error_t Layers::enter(int fd, const char *type, const char **, std::size_t, c
     return static_cast<Layers *>(context)->enter(fd, type, name, size, level);
 }
 
+// The file will be called clean all the same; that is not to be remembered.
+void Layers::note(Unseen unseen)
+{
+    unseen_ = unseen;
+    setCache(engine_, Cache::Bypass);
+}
+
 cl_error_t Layers::enter(int fd, const char *type, const char *name, std::size_t size,
                          std::uint32_t level)
 {
-    // A member of a zip archive larger than the limit is cut off there in silence, and the archive
-    // called clean. Not to be remembered as such either.
-    if (level > 0 && size + kUnpackBlock > maxFileSize_) {
-        cutShort_ = true;
-        setCache(engine_, Cache::Bypass);
-    }
+    // A member of a zip archive larger than the limit is cut off there in silence.
+    if (level > 0 && size + kUnpackBlock > maxFileSize_)
+        note(Unseen::TooLarge);
+    if (isZip(type) && hasZip64Members(fd))
+        note(Unseen::NotUnpacked);
     if (packed_ == Packed::Unpack || level >= layers_.size())
         return CL_CLEAN;
 

@@ -1,6 +1,8 @@
 // Follows libclamav from a file into what it unpacks from it.
 #pragma once
 
+#include "outcome.h"
+
 #include <clamav.h>
 
 #include <array>
@@ -19,8 +21,7 @@ class Layers
 public:
     Layers(cl_engine *engine, std::uint64_t maxFileSize, Packed packed, Cache cache);
 
-    // Whether an unpacked part was cut off at the largest size.
-    bool cutShort() const { return cutShort_; }
+    Unseen unseen() const { return unseen_; }
 
 private:
     static cl_error_t enter(int fd, const char *type, const char **ancestors,
@@ -29,6 +30,7 @@ private:
                             void *context);
     cl_error_t enter(int fd, const char *type, const char *name, std::size_t size,
                      std::uint32_t level);
+    void note(Unseen unseen);
 
     struct Layer {
         bool executable = false;
@@ -39,7 +41,7 @@ private:
     std::uint64_t maxFileSize_;
     Packed packed_;
     std::array<Layer, 64> layers_{};
-    bool cutShort_ = false;
+    Unseen unseen_ = Unseen::Nothing;
 };
 
 } // namespace talo::worker

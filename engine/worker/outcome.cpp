@@ -54,15 +54,17 @@ Judgement match(const char *name)
 
 } // namespace
 
-Judgement outcome(cl_error_t code, const char *name, bool cutShort)
+Judgement outcome(cl_error_t code, const char *name, Unseen unseen)
 {
     switch (code) {
     case CL_VIRUS:
         return match(name);
     case CL_CLEAN:
     case CL_VERIFIED:
-        if (cutShort)
+        if (unseen == Unseen::TooLarge)
             return {Outcome::Skipped, exceeded("MaxFileSize")};
+        if (unseen == Unseen::NotUnpacked)
+            return {Outcome::Skipped, "a part of it is packed in a form that cannot be unpacked"};
         return {Outcome::Clean, {}};
     case CL_EMAXSIZE:
         return {Outcome::Skipped, exceeded("MaxScanSize")};

@@ -9,6 +9,13 @@
 namespace talo::worker
 {
 
-Judgement outcome(cl_error_t code, const char *name, bool cutShort);
+// What of a file was not looked at although libclamav does not say so.
+enum class Unseen {
+    Nothing,
+    TooLarge,    // a part of it was cut off at the largest size
+    NotUnpacked, // a part of it is packed in a way that libclamav does not know
+};
+
+Judgement outcome(cl_error_t code, const char *name, Unseen unseen);
 
 } // namespace talo::worker

@@ -50,6 +50,13 @@ public:
                                      [&] { return submitted_ >= count; });
         }
 
+        // Until the job has nothing to do but to wait for an answer.
+        bool waitUntilAwaited()
+        {
+            std::unique_lock<std::mutex> lock(mutex_);
+            return changed_.wait_for(lock, std::chrono::seconds(20), [&] { return awaited_; });
+        }
+
     private:
         friend class FakeSource;
         void setAllowed(std::size_t allowed)
@@ -63,6 +70,7 @@ public:
         std::condition_variable changed_;
         std::size_t allowed_ = std::numeric_limits<std::size_t>::max();
         std::size_t submitted_ = 0;
+        bool awaited_ = false;
         bool loadHeld_ = false;
         bool cancelled_ = false;
     };
@@ -102,6 +110,10 @@ private:
         std::optional<Result> next(std::chrono::milliseconds wait) override
         {
             std::unique_lock<std::mutex> lock(control_->mutex_);
+            if (wait.count() > 0) {
+                control_->awaited_ = true;
+                control_->changed_.notify_all();
+            }
             const bool allowed =
                 control_->changed_.wait_for(lock, wait, [this] { return control_->allowed_ > 0; });
             if (!allowed || queue_.empty())

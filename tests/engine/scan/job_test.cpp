@@ -154,8 +154,7 @@ TEST_F(JobTest, submitsNoMoreThanThereIsRoom)
     control_->hold();
     const auto one = job();
     one->start();
-    ASSERT_TRUE(control_->waitForSubmitted(5));
-    EXPECT_TRUE(comesTrue([&] { return one->progress().filesTotal == 30; }));
+    ASSERT_TRUE(control_->waitUntilAwaited());
     EXPECT_EQ(control_->submitted(), 5u);
     control_->release();
     one->wait();
@@ -169,7 +168,7 @@ TEST_F(JobTest, restsWhilePaused)
     control_->hold();
     const auto one = job();
     one->start();
-    ASSERT_TRUE(control_->waitForSubmitted(control_->room));
+    ASSERT_TRUE(control_->waitUntilAwaited());
     one->pause();
     EXPECT_EQ(one->progress().phase, JobPhase::Paused);
     const milliseconds before = one->progress().elapsed;
@@ -331,17 +330,15 @@ TEST_F(JobTest, maySafelyBeAskedFromManyThreads)
         file(std::to_string(i), i % 10 ? "x" : "THREAT Heuristics.Odd");
     const auto one = job();
     std::atomic<bool> over{false};
-    std::vector<std::thread> askers;
-    for (int i = 0; i < 3; ++i) {
-        askers.emplace_back([&] {
-            while (!over) {
-                one->progress();
-                one->threats(0, 10);
-                one->pause();
-                one->resume();
-            }
-        });
-    }
+    const auto ask = [&] {
+        while (!over) {
+            one->progress();
+            one->threats(0, 10);
+            one->pause();
+            one->resume();
+        }
+    };
+    std::thread askers[] = {std::thread(ask), std::thread(ask), std::thread(ask)};
     one->start();
     one->wait();
     over = true;

@@ -141,6 +141,7 @@ TEST_F(PoolFaults, ManyFaultsLeaveThePoolWorking)
 {
     WorkerPool pool(config(faultyWorker()));
     std::vector<fs::path> files;
+    files.reserve(12);
     for (int number = 0; number < 12; ++number)
         files.push_back(folder.write("crash" + std::to_string(number), "TALO-FAULT crash\n"));
     for (const auto &[name, verdict] : scanAll(pool, files))

@@ -59,7 +59,7 @@ TestFolder::~TestFolder()
 
 fs::path TestFolder::write(const std::string &name, std::string_view content) const
 {
-    const fs::path path = path_ / name;
+    fs::path path = path_ / name;
     fs::create_directories(path.parent_path());
     std::ofstream(path, std::ios::binary) << content;
     return path;

@@ -186,6 +186,21 @@ TEST_F(PoolVerdicts, AThreatBesideABombOrASecretIsFound)
         matches(scanOne(pool, folder.path() / "locked.zip"), VerdictKind::Skipped, "encrypted"));
 }
 
+// An archiver that reads from a pipe leaves the sizes to an extension that libclamav does not know.
+TEST_F(PoolVerdicts, AZipMemberThatIsPassedOverIsNotClean)
+{
+    const std::string dir = folder.path().string();
+    run("cd " + dir + " && echo harmless | zip -q -fz streamed.zip - && " +
+        "zip -q outer.zip streamed.zip && echo harmless > plain && zip -q plain.zip plain");
+    WorkerPool pool(config(realWorker()));
+    for (const char *name : {"streamed.zip", "outer.zip"}) {
+        const Verdict verdict = scanOne(pool, folder.path() / name);
+        EXPECT_TRUE(matches(verdict, VerdictKind::Skipped, "cannot be unpacked"))
+            << name << ": " << describe(verdict);
+    }
+    EXPECT_EQ(scanOne(pool, folder.path() / "plain.zip").kind, VerdictKind::Clean);
+}
+
 TEST_F(PoolVerdicts, OptionsDecideWhatIsLookedInto)
 {
     const std::string dir = folder.path().string();

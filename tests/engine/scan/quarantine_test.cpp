@@ -48,8 +48,7 @@ private:
 
 struct stat statusOf(const std::string &path)
 {
-    struct stat status {
-    };
+    struct stat status = {};
     EXPECT_EQ(lstat(path.c_str(), &status), 0) << path;
     return status;
 }
@@ -155,6 +154,18 @@ TEST_F(QuarantineTest, keepsEmptyFilesToo)
     ASSERT_TRUE(kept);
     EXPECT_EQ(quarantine_.restore(kept->id).result, Quarantine::Result::Done);
     EXPECT_EQ(statusOf(home("empty")).st_size, 0);
+}
+
+TEST_F(QuarantineTest, keepsNoThreatNameBeyondMeasure)
+{
+    writeFile(home("evil"), "EVIL");
+    const Scanned scanned(folder_ / "home", "evil");
+    Quarantine::Catch caught = scanned.caught();
+    caught.threat = std::string(100000, 'x');
+    ASSERT_TRUE(quarantine_.take(caught));
+    const auto list = quarantine_.list();
+    ASSERT_EQ(list.size(), 1u);
+    EXPECT_EQ(list[0].threat, std::string(4096, 'x'));
 }
 
 TEST_F(QuarantineTest, saysHowManyOtherNamesRemain)

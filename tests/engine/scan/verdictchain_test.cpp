@@ -47,8 +47,7 @@ struct TestFile {
     Candidate candidate() const { return {fileno(file), &status}; }
 
     FILE *file;
-    struct stat status {
-    };
+    struct stat status = {};
 };
 
 constexpr std::chrono::milliseconds kAtOnce{0};
