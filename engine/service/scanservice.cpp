@@ -176,7 +176,7 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots,
         signatureFolder_ = signatureFolder;
         rooms_.pool.useSignatures(signatureFolder);
     }
-    scan::ScanSettings settings;
+    scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
     entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings, rooms_.pool,
                                              rooms_.quarantine, std::move(entry->recorder));
