@@ -22,9 +22,11 @@ bool ours(const struct stat &status)
     return status.st_uid == 0 || status.st_uid == geteuid();
 }
 
-bool onlyOursToWrite(const struct stat &status)
+// Nobody else can exchange what is ours in it: in a folder like /tmp others can only add.
+bool keepsOurs(const struct stat &status)
 {
-    return ours(status) && (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
+    return ours(status) &&
+           ((status.st_mode & (S_IWGRP | S_IWOTH)) == 0 || (status.st_mode & S_ISVTX) != 0);
 }
 
 std::string joined(const std::string &folder, std::string_view name)
@@ -79,7 +81,7 @@ private:
             return false;
         if (S_ISLNK(status.st_mode))
             return ours(status) && turn(next);
-        if (!S_ISDIR(status.st_mode) || !onlyOursToWrite(status))
+        if (!S_ISDIR(status.st_mode) || !keepsOurs(status))
             trusted_ = false;
         done_ = std::move(next);
         return true;
@@ -103,7 +105,7 @@ private:
     std::string rest_;
     std::string name_;
     const Mounts &mounts_;
-    bool trusted_ = true; // every folder so far is only ours to write to
+    bool trusted_ = true; // nobody else can exchange what is ours in any folder so far
     int links_ = 0;
 };
 

@@ -9,9 +9,9 @@ namespace talo::scan
 class Mounts;
 
 // Follows the symbolic links of an absolute path as long as each belongs to root or to the user who
-// runs this and lies in a folder that nobody else may write to. From the first other link on the
-// path stays as it is: who could turn a link could otherwise turn an exclusion to any place. What
-// lies on a network file system is not touched either, since its server may never answer.
+// runs this and nobody else can exchange it. From the first other link on the path stays as it is:
+// who could turn a link could otherwise turn an exclusion to any place. What lies on a network file
+// system is not touched either, since its server may never answer.
 std::string followTrustedLinks(const std::string &path, const Mounts &mounts);
 
 } // namespace talo::scan
