@@ -279,7 +279,7 @@ QString SettingsScanTest::state()
 void SettingsScanTest::holdsAnOldOrANewStateWhereverItIsKilled()
 {
     constexpr int kEdits = 1000;
-    constexpr int kRound = 20;
+    constexpr int kRound = 5;
     std::mt19937 random(20261121);
     // The edits, and what the store holds after each as one text.
     std::vector<int> actions{301, 303, 304, 304, 301, 303};
