@@ -47,6 +47,7 @@ struct Store {
 void changeAll(Store &store)
 {
     std::vector<SettingsStore::Change> changes;
+    changes.reserve(kSettings);
     for (const SettingRow &row : kTable)
         changes.emplace_back(row.setting, row.atFirst == row.least ? row.most : row.least);
     ASSERT_EQ(SettingsStore(*store.database).apply(changes).result, SettingsStore::Result::Done);
