@@ -2,8 +2,10 @@
 
 #include "store/moments.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <map>
 
 namespace talo::store
 {
@@ -81,10 +83,16 @@ void writeTotals(std::string &text, const Report &report)
     line(text, "    Errors", counted(totals.errors));
 }
 
+void writeRest(std::string &text, std::uint64_t listed, std::uint64_t count)
+{
+    if (listed < count)
+        text += "Only " + number(listed) + " of them are listed.\n";
+}
+
 void writeThreats(std::string &text, const Report &report)
 {
-    text += "\nThreats (" + number(report.threats.size()) + ")\n";
-    if (report.threats.empty())
+    text += "\nThreats (" + number(report.threatCount) + ")\n";
+    if (report.threatCount == 0)
         text += "    No threat was found in what was scanned.\n";
     for (const ReportedThreat &threat : report.threats) {
         text += threat.path + "\n";
@@ -92,6 +100,26 @@ void writeThreats(std::string &text, const Report &report)
         text += "    Class: " + threat.threatClass + "\n";
         text += "    Done: " + threat.outcome + "\n";
     }
+    writeRest(text, report.threats.size(), report.threatCount);
+}
+
+// What shares a reason stands together, the rarest first: a thousand links say less than one
+// archive that could not be opened.
+std::vector<std::vector<const ReportedPass *>> byReason(const Report &report, PassedKind kind)
+{
+    std::vector<std::vector<const ReportedPass *>> groups;
+    std::map<std::string, std::size_t> places;
+    for (const ReportedPass &pass : report.passes) {
+        if (pass.kind != kind)
+            continue;
+        const auto place = places.emplace(pass.reason, groups.size()).first->second;
+        if (place == groups.size())
+            groups.emplace_back();
+        groups[place].push_back(&pass);
+    }
+    std::stable_sort(groups.begin(), groups.end(),
+                     [](const auto &a, const auto &b) { return a.size() < b.size(); });
+    return groups;
 }
 
 void writePasses(std::string &text, const Report &report, PassedKind kind, const char *title,
@@ -101,14 +129,13 @@ void writePasses(std::string &text, const Report &report, PassedKind kind, const
         return;
     text += std::string("\n") + title + " (" + number(count) + ")\n";
     std::uint64_t listed = 0;
-    for (const ReportedPass &pass : report.passes) {
-        if (pass.kind != kind)
-            continue;
-        text += pass.path + "\n    " + pass.reason + "\n";
-        ++listed;
+    for (const auto &group : byReason(report, kind)) {
+        text += group.front()->reason + ":\n";
+        for (const ReportedPass *pass : group)
+            text += "    " + pass->path + "\n";
+        listed += group.size();
     }
-    if (listed < count)
-        text += "Only the first " + number(listed) + " are listed.\n";
+    writeRest(text, listed, count);
 }
 
 } // namespace
