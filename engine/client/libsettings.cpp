@@ -1,128 +1,191 @@
-// Every scan works with these defaults; there is no store of settings that could change them, so
-// every change is refused.
+// The service knows which values are allowed; here they are only passed on.
 #include "engine/libsettings.h"
+
+#include "client/boundary.h"
+#include "client/bus.h"
+#include "interface/names.h"
+#include "interface/types.h"
+
+#include <QDBusReply>
+
+#include <utility>
+#include <vector>
 
 namespace
 {
 
+using namespace talo;
+
 constexpr int kDone = 0;
-constexpr int kRefused = 1;
+constexpr int kFailed = 1;
 
-constexpr int kDisinfect = 301;
-constexpr int kDelete = 303;
-constexpr int kReportOnly = 304;
-constexpr int kEverySixHours = 2;
+// Each as the service's interface names it.
+constexpr char kGeneral[] = "General";
+constexpr char kPacked[] = "ScanPacked";
+constexpr char kArchives[] = "ScanArchives";
+constexpr char kScanActions[] = "ScanActions";
+constexpr char kInfectedFirst[] = "InfectedFirst";
+constexpr char kInfectedSecond[] = "InfectedSecond";
+constexpr char kSuspectedFirst[] = "SuspectedFirst";
+constexpr char kSuspectedSecond[] = "SuspectedSecond";
+constexpr char kHiddenFirst[] = "HiddenFirst";
+constexpr char kHiddenSecond[] = "HiddenSecond";
+constexpr char kExternalDrive[] = "ExternalDrive";
+constexpr char kOnArrival[] = "ScanOnArrival";
+constexpr char kFirewall[] = "Firewall";
+constexpr char kOn[] = "On";
+constexpr char kUpdate[] = "Update";
+constexpr char kAutomatic[] = "Automatic";
+constexpr char kFrequency[] = "Frequency";
+constexpr char kDeviceControl[] = "DeviceControl";
+constexpr char kBlocked[] = "Blocked";
 
-void answer(int *output, int value)
+QString text(const char *name)
 {
-    if (output != nullptr)
-        *output = value;
+    return QString::fromLatin1(name);
+}
+
+int call(const char *method, const QVariantList &arguments)
+{
+    const QDBusMessage answer =
+        client::Bus::instance().call(interface::kSettings, method, arguments);
+    return answer.type() == QDBusMessage::ReplyMessage ? kDone : kFailed;
+}
+
+using Outputs = std::vector<std::pair<const char *, int *>>;
+using Inputs = std::vector<std::pair<const char *, int>>;
+
+int readGroup(const char *group, const Outputs &outputs)
+{
+    const QDBusReply<interface::SettingMap> reply =
+        client::Bus::instance().call(interface::kSettings, "Get", {text(group)});
+    if (!reply.isValid())
+        return kFailed;
+    const interface::SettingMap values = reply.value();
+    for (const auto &[key, output] : outputs)
+        if (!values.contains(text(key)))
+            return kFailed;
+    for (const auto &[key, output] : outputs)
+        if (output != nullptr)
+            *output = values.value(text(key));
+    return kDone;
+}
+
+int get(const char *group, const Outputs &outputs)
+{
+    return client::guarded(kFailed, [&] { return readGroup(group, outputs); });
+}
+
+int apply(const char *group, const Inputs &inputs)
+{
+    return client::guarded(kFailed, [&] {
+        interface::SettingMap values;
+        for (const auto &[key, value] : inputs)
+            values.insert(text(key), value);
+        return call("Apply", {text(group), QVariant::fromValue(values)});
+    });
+}
+
+int applyDefault(const char *group)
+{
+    return client::guarded(kFailed, [&] { return call("ApplyDefault", {text(group)}); });
 }
 
 } // namespace
 
 int libSettings::GetGeneralSettings(int *scanPacked, int *scanArchive)
 {
-    answer(scanPacked, 1);
-    answer(scanArchive, 1);
-    return kDone;
+    return get(kGeneral, {{kPacked, scanPacked}, {kArchives, scanArchive}});
 }
 
-int libSettings::ApplyGeneralSettings([[maybe_unused]] int scanPacked,
-                                      [[maybe_unused]] int scanArchive)
+int libSettings::ApplyGeneralSettings(int scanPacked, int scanArchive)
 {
-    return kRefused;
+    return apply(kGeneral, {{kPacked, scanPacked}, {kArchives, scanArchive}});
 }
 
 int libSettings::ApplyDefaultGeneralSetting()
 {
-    return kRefused;
+    return applyDefault(kGeneral);
 }
 
 int libSettings::GetScanActionSettings(int *infectedFirst, int *infectedSecond, int *suspectedFirst,
                                        int *suspectedSecond, int *hiddenFirst, int *hiddenSecond)
 {
-    answer(infectedFirst, kDisinfect);
-    answer(infectedSecond, kDelete);
-    answer(suspectedFirst, kReportOnly);
-    answer(suspectedSecond, kReportOnly);
-    answer(hiddenFirst, kDisinfect);
-    answer(hiddenSecond, kDelete);
-    return kDone;
+    return get(kScanActions, {{kInfectedFirst, infectedFirst},
+                              {kInfectedSecond, infectedSecond},
+                              {kSuspectedFirst, suspectedFirst},
+                              {kSuspectedSecond, suspectedSecond},
+                              {kHiddenFirst, hiddenFirst},
+                              {kHiddenSecond, hiddenSecond}});
 }
 
-int libSettings::ApplyScanActionSettings([[maybe_unused]] int infectedFirst,
-                                         [[maybe_unused]] int infectedSecond,
-                                         [[maybe_unused]] int suspectedFirst,
-                                         [[maybe_unused]] int suspectedSecond,
-                                         [[maybe_unused]] int hiddenFirst,
-                                         [[maybe_unused]] int hiddenSecond)
+int libSettings::ApplyScanActionSettings(int infectedFirst, int infectedSecond, int suspectedFirst,
+                                         int suspectedSecond, int hiddenFirst, int hiddenSecond)
 {
-    return kRefused;
+    return apply(kScanActions, {{kInfectedFirst, infectedFirst},
+                                {kInfectedSecond, infectedSecond},
+                                {kSuspectedFirst, suspectedFirst},
+                                {kSuspectedSecond, suspectedSecond},
+                                {kHiddenFirst, hiddenFirst},
+                                {kHiddenSecond, hiddenSecond}});
 }
 
 int libSettings::ApplyDefaultScanActionSetting()
 {
-    return kRefused;
+    return applyDefault(kScanActions);
 }
 
 int libSettings::GetExternalDriveSettings(int *scanOnArrival)
 {
-    answer(scanOnArrival, 1);
-    return kDone;
+    return get(kExternalDrive, {{kOnArrival, scanOnArrival}});
 }
 
-int libSettings::ApplyExternalDriveSettings([[maybe_unused]] int scanOnArrival)
+int libSettings::ApplyExternalDriveSettings(int scanOnArrival)
 {
-    return kRefused;
+    return apply(kExternalDrive, {{kOnArrival, scanOnArrival}});
 }
 
 int libSettings::ApplyDefaultExternalDriveSetting()
 {
-    return kRefused;
+    return applyDefault(kExternalDrive);
 }
 
-// Off until the user applies it.
 int libSettings::GetFirewallSetting(int *on)
 {
-    answer(on, 0);
-    return kDone;
+    return get(kFirewall, {{kOn, on}});
 }
 
-int libSettings::ApplyFirewallSetting([[maybe_unused]] int on)
+int libSettings::ApplyFirewallSetting(int on)
 {
-    return kRefused;
+    return apply(kFirewall, {{kOn, on}});
 }
 
 int libSettings::ApplyDefaultFirewallSettings()
 {
-    return kRefused;
+    return applyDefault(kFirewall);
 }
 
 int libSettings::GetUpdateSettings(int *automatic, int *frequency)
 {
-    answer(automatic, 1);
-    answer(frequency, kEverySixHours);
-    return kDone;
+    return get(kUpdate, {{kAutomatic, automatic}, {kFrequency, frequency}});
 }
 
-int libSettings::ApplyUpdateSettings([[maybe_unused]] int automatic, [[maybe_unused]] int frequency)
+int libSettings::ApplyUpdateSettings(int automatic, int frequency)
 {
-    return kRefused;
+    return apply(kUpdate, {{kAutomatic, automatic}, {kFrequency, frequency}});
 }
 
 int libSettings::ApplyDefaultUpdateSettings()
 {
-    return kRefused;
+    return applyDefault(kUpdate);
 }
 
 int libSettings::GetDeviceControlSetting(int *blocked)
 {
-    answer(blocked, 0);
-    return kDone;
+    return get(kDeviceControl, {{kBlocked, blocked}});
 }
 
-int libSettings::ApplyDeviceControlSetting([[maybe_unused]] int blocked)
+int libSettings::ApplyDeviceControlSetting(int blocked)
 {
-    return kRefused;
+    return apply(kDeviceControl, {{kBlocked, blocked}});
 }

@@ -1,4 +1,14 @@
 #include "engine/notifysettingchange.h"
 
-// Settings do not change yet, so there is nothing that a running part would have to take up.
-void NotifySettingChange() {}
+#include "client/boundary.h"
+#include "client/bus.h"
+#include "interface/names.h"
+
+void NotifySettingChange()
+{
+    using namespace talo;
+    client::guarded(0, [] {
+        client::Bus::instance().call(interface::kSettings, "NotifyChange");
+        return 0;
+    });
+}

@@ -1,7 +1,7 @@
 #include "client/savereport.h"
 
 #include "client/reporttext.h"
-#include "files/uniquefd.h"
+#include "client/wholefile.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -28,27 +28,11 @@ std::string stemFor(const std::string &text)
     return "TALO Report " + key;
 }
 
-bool writeAll(int fd, const std::string &text)
-{
-    std::size_t written = 0;
-    while (written < text.size()) {
-        const ssize_t part = write(fd, text.data() + written, text.size() - written);
-        if (part < 0 && errno == EINTR)
-            continue;
-        if (part <= 0)
-            return false;
-        written += static_cast<std::size_t>(part);
-    }
-    return fsync(fd) == 0;
-}
-
 } // namespace
 
 bool saveReport(const std::string &folder, const std::string &text)
 {
-    if (folder.empty() || folder.find('\0') != std::string::npos)
-        return false;
-    const UniqueFd place(open(folder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd place = openPlace(folder);
     if (!place)
         return false;
     const std::string stem = stemFor(text);
@@ -63,13 +47,11 @@ bool saveReport(const std::string &folder, const std::string &text)
     }
     if (!file)
         return false;
-    if (!writeAll(file.get(), text)) {
+    if (!writeWhole(file.get(), text)) {
         unlinkat(place.get(), name.c_str(), 0);
         return false;
     }
-    // A folder that may be written but not read cannot be flushed; the file itself is.
-    const UniqueFd readable(openat(place.get(), ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    return !readable || fsync(readable.get()) == 0 || errno == EINVAL;
+    return flushPlace(place.get());
 }
 
 } // namespace talo::client

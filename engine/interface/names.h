@@ -11,6 +11,8 @@ inline constexpr char kStatus[] = "org.taloantivirus.Engine1.Status";
 inline constexpr char kScan[] = "org.taloantivirus.Engine1.Scan";
 inline constexpr char kReports[] = "org.taloantivirus.Engine1.Reports";
 inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
+inline constexpr char kSettings[] = "org.taloantivirus.Engine1.Settings";
+inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
 
 // Errors that methods answer with; anything else comes from the bus itself.
 inline constexpr char kErrorInvalid[] = "org.taloantivirus.Error.InvalidArgument";

@@ -17,10 +17,12 @@ void registerTypes()
     qDBusRegisterMetaType<ReportList>();
     qDBusRegisterMetaType<QuarantineEntry>();
     qDBusRegisterMetaType<QuarantineList>();
+    qDBusRegisterMetaType<SettingMap>();
     // The service's stubs look for the lists under the names that the descriptions give them.
     qRegisterMetaType<RunningJobs>("talo::interface::RunningJobs");
     qRegisterMetaType<ReportList>("talo::interface::ReportList");
     qRegisterMetaType<QuarantineList>("talo::interface::QuarantineList");
+    qRegisterMetaType<SettingMap>("talo::interface::SettingMap");
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const ThreatFound &value)

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <QList>
+#include <QMap>
 #include <QMetaType>
 #include <QString>
 
@@ -56,6 +57,9 @@ struct QuarantineEntry {
     qulonglong size = 0;
 };
 using QuarantineList = QList<QuarantineEntry>;
+
+// Values of one group of settings, by their keys.
+using SettingMap = QMap<QString, int>;
 
 // Makes the types known to QtDBus; call once before the first use.
 void registerTypes();

@@ -6,9 +6,10 @@ namespace talo::scan
 {
 
 std::optional<Tally> countAhead(std::vector<std::string> roots,
-                                std::vector<files::Identity> leaveOut, JobControl &control)
+                                std::vector<files::Identity> leaveOut,
+                                std::shared_ptr<const Exclusions> excluded, JobControl &control)
 {
-    Walk walk(std::move(roots), std::move(leaveOut), Walk::Purpose::Count);
+    Walk walk(std::move(roots), std::move(leaveOut), Walk::Purpose::Count, std::move(excluded));
     Tally counted;
     while (control.waitWhilePaused()) {
         const Walk::Found found = walk.next();

@@ -2,9 +2,11 @@
 #pragma once
 
 #include "files/identity.h"
+#include "scan/exclusions.h"
 #include "scan/job.h"
 #include "scan/jobcontrol.h"
 
+#include <memory>
 #include <optional>
 
 namespace talo::scan
@@ -13,6 +15,7 @@ namespace talo::scan
 // Walks like the scan but opens no file, which is so much faster that the count is there soon.
 // Rests while the job is paused; nothing if the job ends first.
 std::optional<Tally> countAhead(std::vector<std::string> roots,
-                                std::vector<files::Identity> leaveOut, JobControl &control);
+                                std::vector<files::Identity> leaveOut,
+                                std::shared_ptr<const Exclusions> excluded, JobControl &control);
 
 } // namespace talo::scan

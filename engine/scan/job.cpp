@@ -129,6 +129,8 @@ private:
     std::thread thread_;
     std::thread loader_;
 
+    std::shared_ptr<const Exclusions> excluded_; // set before the counting begins
+
     // The job thread's own.
     std::unordered_map<std::uint64_t, Walk::Found> waiting_; // for a verdict
     std::uint64_t lastCookie_ = 0;
@@ -148,6 +150,7 @@ private:
 
 void Job::Impl::run()
 {
+    excluded_ = std::make_shared<Exclusions>(settings_.excluded);
     std::thread counter([this] { count(); });
     Outcome outcome = scan();
     control_.end(); // the counting too
@@ -163,7 +166,7 @@ void Job::Impl::run()
 
 void Job::Impl::count()
 {
-    const auto counted = countAhead(roots_, identitiesOf(settings_.leaveOut), control_);
+    const auto counted = countAhead(roots_, identitiesOf(settings_.leaveOut), excluded_, control_);
     const std::lock_guard<std::mutex> lock(mutex_);
     counted_ = counted.value_or(Tally{});
 }
@@ -181,7 +184,7 @@ Job::Impl::Outcome Job::Impl::scan()
         preparation_ = control_.elapsed();
     }
     VerdictChain chain({}, source_->open(), settings_.options);
-    Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Scan);
+    Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Scan, excluded_);
     Outcome outcome = judgeAll(walk, chain);
     if (outcome.end == JobEnd::Stopped)
         chain.cancel();

@@ -1,6 +1,7 @@
 // One scan: walks its roots, has every file judged, acts on threats, and takes everything down.
 #pragma once
 
+#include "scan/exclusions.h"
 #include "scan/verdict.h"
 #include "scan/workerpool.h"
 
@@ -36,6 +37,7 @@ struct ScanSettings {
     ClassActions suspected{Action::Report, Action::Report};
     ClassActions hidden{Action::Disinfect, Action::Delete};
     std::vector<std::string> leaveOut; // folders of our own that no scan enters
+    ExclusionPatterns excluded;
 };
 
 struct Threat {

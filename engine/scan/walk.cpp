@@ -26,6 +26,8 @@ constexpr std::size_t kOpenAtEachEnd = 32;
 // Bounds the memory that a tree of absurd depth can take. The system's own calls end at 4,096.
 constexpr std::size_t kMaxPath = 65536;
 
+constexpr char kExcluded[] = "excluded by the settings";
+
 Walk::Found found(Walk::Kind kind, std::string path = {}, std::string reason = {})
 {
     Walk::Found result;
@@ -73,8 +75,12 @@ std::string reasonNotToEnter(const std::string &type)
 
 } // namespace
 
-Walk::Walk(std::vector<std::string> roots, std::vector<Identity> leaveOut, Purpose purpose)
-    : roots_(std::move(roots)), leaveOut_(std::move(leaveOut)), purpose_(purpose)
+Walk::Walk(std::vector<std::string> roots, std::vector<Identity> leaveOut, Purpose purpose,
+           std::shared_ptr<const Exclusions> excluded)
+    : roots_(std::move(roots))
+    , leaveOut_(std::move(leaveOut))
+    , purpose_(purpose)
+    , excluded_(std::move(excluded))
 {
 }
 
@@ -103,6 +109,8 @@ Walk::Found Walk::beginRoot(const std::string &root)
 
 Result<Walk::Found> Walk::visitRoot(const std::string &real)
 {
+    if (excluded_->coversPath(real))
+        return found(Kind::Skipped, real, kExcluded);
     if (real == "/") {
         auto opened = files::openFolder(AT_FDCWD, real);
         if (!opened)
@@ -180,6 +188,10 @@ Walk::Found Walk::leaveFolder()
 Result<Walk::Found> Walk::visit(const std::shared_ptr<UniqueFd> &folder, const std::string &name,
                                 unsigned char type, Place place)
 {
+    // By its path, before it is touched.
+    std::string path = pathOf(name);
+    if (excluded_->isLocation(path))
+        return found(Kind::Skipped, std::move(path), kExcluded);
     if (type == DT_UNKNOWN) {
         struct stat status = {};
         if (fstatat(folder->get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT))
@@ -187,16 +199,18 @@ Result<Walk::Found> Walk::visit(const std::shared_ptr<UniqueFd> &folder, const s
         type = IFTODT(status.st_mode);
     }
     if (type == DT_REG)
-        return visitFile(folder, name);
+        return visitFile(folder, name, std::move(path));
     if (type == DT_DIR)
-        return visitFolder(folder->get(), name, place);
-    return found(Kind::Skipped, pathOf(name), kindInWords(type));
+        return visitFolder(folder->get(), name, std::move(path), place);
+    return found(Kind::Skipped, std::move(path), kindInWords(type));
 }
 
 Result<Walk::Found> Walk::visitFile(const std::shared_ptr<UniqueFd> &folder,
-                                    const std::string &name)
+                                    const std::string &name, std::string path)
 {
-    Found file = found(Kind::File, pathOf(name));
+    if (excluded_->hasExtension(name))
+        return found(Kind::Skipped, std::move(path), kExcluded);
+    Found file = found(Kind::File, std::move(path));
     if (purpose_ == Purpose::Count) {
         if (fstatat(folder->get(), name.c_str(), &file.status, AT_SYMLINK_NOFOLLOW))
             return files::systemError(errno);
@@ -217,9 +231,9 @@ Result<Walk::Found> Walk::visitFile(const std::shared_ptr<UniqueFd> &folder,
     return file;
 }
 
-Result<Walk::Found> Walk::visitFolder(int parent, const std::string &name, Place place)
+Result<Walk::Found> Walk::visitFolder(int parent, const std::string &name, std::string path,
+                                      Place place)
 {
-    std::string path = pathOf(name);
     if (path.size() > kMaxPath)
         return Error{ENAMETOOLONG, "it is nested too deeply to be scanned"};
 

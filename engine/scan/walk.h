@@ -7,6 +7,7 @@
 #include "files/identity.h"
 #include "files/safeopen.h"
 #include "files/uniquefd.h"
+#include "scan/exclusions.h"
 #include "scan/folderreader.h"
 #include "scan/inodeset.h"
 #include "scan/mounts.h"
@@ -46,8 +47,10 @@ public:
         std::string name;                        // in that folder
     };
 
-    // `roots` are absolute paths; what is one of `leaveOut` is not entered.
-    Walk(std::vector<std::string> roots, std::vector<files::Identity> leaveOut, Purpose purpose);
+    // `roots` are absolute paths; what is one of `leaveOut` is not entered. What `excluded` covers
+    // is Skipped: a location once, with nothing said of what lies below it.
+    Walk(std::vector<std::string> roots, std::vector<files::Identity> leaveOut, Purpose purpose,
+         std::shared_ptr<const Exclusions> excluded = std::make_shared<Exclusions>());
     Walk(const Walk &) = delete;
     Walk &operator=(const Walk &) = delete;
 
@@ -76,8 +79,9 @@ private:
     files::Result<Found> visit(const std::shared_ptr<files::UniqueFd> &folder,
                                const std::string &name, unsigned char type, Place place);
     files::Result<Found> visitFile(const std::shared_ptr<files::UniqueFd> &folder,
-                                   const std::string &name);
-    files::Result<Found> visitFolder(int parent, const std::string &name, Place place);
+                                   const std::string &name, std::string path);
+    files::Result<Found> visitFolder(int parent, const std::string &name, std::string path,
+                                     Place place);
     files::Result<Found> enter(files::OpenedFile opened, std::string path);
 
     std::string pathOf(const std::string &name) const;
@@ -87,6 +91,7 @@ private:
     std::vector<std::string> roots_;
     std::vector<files::Identity> leaveOut_;
     Purpose purpose_;
+    std::shared_ptr<const Exclusions> excluded_;
     std::size_t nextRoot_ = 0;
     std::size_t rootsOpened_ = 0;
     std::string rootFailure_;

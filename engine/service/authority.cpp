@@ -32,6 +32,18 @@ const char *inWords(Action action)
         return "restore files from the quarantine";
     case Action::PurgeQuarantine:
         return "destroy files in the quarantine";
+    case Action::ReadSettings:
+        return "read the settings";
+    case Action::ChangeSettings:
+        return "change settings";
+    case Action::ChangeFirewallSetting:
+        return "change the setting of the firewall";
+    case Action::ChangeDeviceControl:
+        return "change the setting of USB storage";
+    case Action::ChangeExclusions:
+        return "change what scans leave out";
+    case Action::ImportSettings:
+        return "import settings";
     }
     return "do this";
 }
@@ -40,6 +52,9 @@ const char *inWords(Action action)
 
 QString Authority::refusal(Action action, const QDBusConnection &bus, const QString &caller) const
 {
+    // It takes a validated password, and there is no way to give one yet.
+    if (action == Action::ChangeDeviceControl)
+        return QStringLiteral("the setting of USB storage can only be changed with the password");
     // Asked of the bus by the connection's name, which is never given to another: a process id
     // could belong to somebody else by the time it is looked up.
     const QDBusReply<uint> uid = bus.interface()->serviceUid(caller);

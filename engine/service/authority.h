@@ -18,6 +18,12 @@ enum class Action {
     ReadQuarantine,
     RestoreFromQuarantine,
     PurgeQuarantine,
+    ReadSettings, // exclusions too
+    ChangeSettings,
+    ChangeFirewallSetting,
+    ChangeDeviceControl,
+    ChangeExclusions,
+    ImportSettings,
 };
 
 class Authority

@@ -1,17 +1,20 @@
 // What callers see on the bus: checks who asks, hands the question to the room it concerns, and
-// answers. Its slots are the methods of the four interfaces.
+// answers. Its methods are those of all interfaces.
 #pragma once
 
 #include "interface/types.h"
 #include "service/authority.h"
 #include "service/housekeeper.h"
 #include "service/signatureset.h"
+#include "store/exclusion.h"
+#include "store/settingsstore.h"
 
 #include <QDBusContext>
 #include <QObject>
 #include <QVariantMap>
 
 #include <functional>
+#include <optional>
 
 namespace talo::scan
 {
@@ -27,6 +30,7 @@ namespace talo::service
 {
 
 class ScanService;
+class SettingsService;
 
 class BusObject : public QObject, protected QDBusContext
 {
@@ -39,6 +43,7 @@ public:
         scan::Quarantine &quarantine;
         scan::WorkerPool &pool;
         Housekeeper &housekeeper;
+        SettingsService &settings;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -65,8 +70,27 @@ public:
     void Restore(const QString &id);
     void Purge(const QString &id);
 
+    // Settings
+    interface::SettingMap Get(const QString &group);
+    void Apply(const QString &group, const interface::SettingMap &values);
+    void ApplyDefault(const QString &group);
+    void NotifyChange();
+    QByteArray Export();
+    int Import(const QByteArray &text);
+
+    // Exclusions
+    int Add(const QByteArray &text, int kind);
+    int Remove(const QByteArray &text, int kind);
+    QStringList List(QStringList &extensions);
+
 private:
     bool permitted(Action action);
+    // Each sends an error where it answers nothing.
+    std::optional<store::Group> group(const QString &name);
+    std::optional<store::Group> groupToChange(const QString &name);
+    std::optional<store::ExclusionKind> exclusionKind(int kind);
+    void answer(const store::SettingsStore::Outcome &outcome);
+    void fail(const std::string &reason); // sends one if there is one
     void control(uint job, bool (ScanService::*what)(uint));
     // Answers later, from the housekeeper's thread.
     void answerLater(std::function<QDBusMessage(const QDBusMessage &)> work);

@@ -176,7 +176,7 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots, const S
         signatures_ = set;
         rooms_.pool.useSignatures(set.folder);
     }
-    scan::ScanSettings settings;
+    scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
     entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings, rooms_.pool,
                                              rooms_.quarantine, std::move(entry->recorder));

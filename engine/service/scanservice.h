@@ -40,7 +40,8 @@ public:
         scan::WorkerPool &pool;
         Housekeeper &housekeeper;
         std::function<SignatureSet()> signatures;
-        std::vector<std::string> leaveOut; // folders that no scan enters
+        std::function<scan::ScanSettings()> settings; // asked for as a job begins
+        std::vector<std::string> leaveOut;            // folders that no scan enters
     };
     explicit ScanService(Rooms rooms);
     ~ScanService() override;

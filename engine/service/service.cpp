@@ -9,12 +9,15 @@
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/scanservice.h"
+#include "service/settingsservice.h"
 #include "store/database.h"
 #include "store/reportstore.h"
 
+#include "exclusionsadaptor.h"
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
 #include "scanadaptor.h"
+#include "settingsadaptor.h"
 #include "statusadaptor.h"
 
 #include <QCoreApplication>
@@ -113,6 +116,7 @@ ExitCode Service::openStore()
     if (reports_->interrupted() != 0)
         log(Level::Warning, std::to_string(reports_->interrupted()) +
                                 " scan(s) had been interrupted; their reports are closed");
+    settings_ = std::make_unique<SettingsService>(*database_);
     quarantine_ = std::make_unique<scan::Quarantine>(quarantineFolder(options_.state));
     return Done;
 }
@@ -134,13 +138,16 @@ ExitCode Service::publish()
                                                          *pool_,
                                                          *housekeeper_,
                                                          signatures,
+                                                         [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
-    object_ = std::make_unique<BusObject>(
-        BusObject::Rooms{*scans_, *reports_, *quarantine_, *pool_, *housekeeper_, signatures});
+    object_ = std::make_unique<BusObject>(BusObject::Rooms{*scans_, *reports_, *quarantine_, *pool_,
+                                                           *housekeeper_, *settings_, signatures});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
     new ReportsAdaptor(object_.get());
     new QuarantineAdaptor(object_.get());
+    new SettingsAdaptor(object_.get());
+    new ExclusionsAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;

@@ -27,6 +27,7 @@ namespace talo::service
 class BusObject;
 class Housekeeper;
 class ScanService;
+class SettingsService;
 
 struct Options {
     QString bus; // "system", "session" or an address
@@ -68,6 +69,7 @@ private:
     std::unique_ptr<scan::Quarantine> quarantine_;
     std::unique_ptr<scan::WorkerPool> pool_;
     std::unique_ptr<Housekeeper> housekeeper_;
+    std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
     std::unique_ptr<BusObject> object_;
     QTimer daily_;

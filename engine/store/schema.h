@@ -45,6 +45,17 @@ inline constexpr const char *kMigrations[] = {
     ) WITHOUT ROWID;
     CREATE TABLE fact (name TEXT PRIMARY KEY, value INTEGER NOT NULL) WITHOUT ROWID;
     )sql",
+    // 2: settings, of which one that was never changed has no row, and exclusions
+    R"sql(
+    CREATE TABLE setting (name TEXT PRIMARY KEY, value INTEGER NOT NULL) WITHOUT ROWID;
+    CREATE TABLE exclusion (
+        id INTEGER PRIMARY KEY AUTOINCREMENT, -- the order of entry
+        kind INTEGER NOT NULL,
+        text TEXT NOT NULL,
+        pattern TEXT NOT NULL, -- what it leaves out, in one form only
+        UNIQUE (kind, pattern)
+    );
+    )sql",
 };
 
 } // namespace talo::store

@@ -1,0 +1,42 @@
+#include "store/settingstransfer.h"
+
+#include "store/database.h"
+#include "store/exclusionstore.h"
+#include "store/settingsfile.h"
+#include "store/statement.h"
+
+namespace talo::store
+{
+
+std::string exportSettings(Database &database, std::string &text)
+{
+    const auto held = database.lock(); // nothing may change between the one and the other
+    SettingsFile content;
+    SettingValues values;
+    std::string failure = SettingsStore(database).read(values);
+    if (failure.empty())
+        failure = ExclusionStore(database).list(content.exclusions);
+    for (const SettingRow &row : kTable)
+        if (row.travels == Travels::Yes)
+            content.settings.emplace_back(row.setting, values[row.setting]);
+    if (failure.empty())
+        text = renderSettingsFile(content);
+    return failure;
+}
+
+ImportOutcome importSettings(Database &database, const std::string &text)
+{
+    SettingsFile content;
+    std::string fault = parseSettingsFile(text, content);
+    if (!fault.empty())
+        return {ImportOutcome::Result::NotValid, std::move(fault)};
+    const auto held = database.lock();
+    Transaction change(database);
+    if (!change.begun() || !SettingsStore::write(database, content.settings) ||
+        !ExclusionStore::write(database, content.exclusions) || !change.commit())
+        return {ImportOutcome::Result::Failed,
+                "the settings cannot be stored: " + lastError(database)};
+    return {};
+}
+
+} // namespace talo::store
