@@ -252,7 +252,7 @@ void SettingsTest::guardsUsbStorage()
 {
     QCOMPARE(apply("DeviceControl", {{"Blocked", 1}}).errorName(), QString(kErrorPasswordNeeded));
     QCOMPARE(settings("ApplyDefault", {QString("DeviceControl")}).errorName(),
-             QString(kErrorNotPermitted));
+             QString(kErrorPasswordNeeded));
     QCOMPARE(get("DeviceControl"), (SettingMap{{"Blocked", 0}}));
 }
 
