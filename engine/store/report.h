@@ -46,8 +46,10 @@ struct ReportTotals {
     Tally errors;
 };
 
-// Of one kind of passed-over file, that many are listed; the others are counted.
+// Of one kind of passed-over file, that many are listed; the others are counted. Of one reason
+// fewer, so that the links of a whole system do not crowd out the one archive that matters.
 inline constexpr std::size_t kListedPasses = 1000;
+inline constexpr std::size_t kListedOfReason = 200;
 
 struct Report {
     std::string key;

@@ -121,9 +121,13 @@ void ReportStore::addPassedOver(Id report, const ReportedPass &pass)
     if (found == open_.end())
         return;
     Open &open = found->second;
-    std::int64_t &count = open.passes[pass.kind];
-    if (++count <= static_cast<std::int64_t>(kListedPasses))
+    ++open.passes[pass.kind];
+    std::size_t &listed = open.listed[pass.kind];
+    if (listed < kListedPasses && open.listedOfReason[pass.reason] < kListedOfReason) {
+        ++listed;
+        ++open.listedOfReason[pass.reason];
         open.newPasses.push_back(pass);
+    }
     if (open.newPasses.size() < kBatch && clock_() == open.flushed)
         return;
     if (!flush(report, open))

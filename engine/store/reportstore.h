@@ -76,6 +76,8 @@ private:
     struct Open {
         std::int64_t threats = 0;
         std::map<PassedKind, std::int64_t> passes;
+        std::map<PassedKind, std::size_t> listed;
+        std::map<std::string, std::size_t> listedOfReason;
         std::vector<ReportedThreat> newThreats;
         std::vector<ReportedPass> newPasses;
         std::time_t flushed = 0;

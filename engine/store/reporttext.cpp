@@ -2,8 +2,10 @@
 
 #include "store/moments.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
+#include <map>
 
 namespace talo::store
 {
@@ -94,6 +96,25 @@ void writeThreats(std::string &text, const Report &report)
     }
 }
 
+// What shares a reason stands together, the rarest first: a thousand links say less than one
+// archive that could not be opened.
+std::vector<std::vector<const ReportedPass *>> byReason(const Report &report, PassedKind kind)
+{
+    std::vector<std::vector<const ReportedPass *>> groups;
+    std::map<std::string, std::size_t> places;
+    for (const ReportedPass &pass : report.passes) {
+        if (pass.kind != kind)
+            continue;
+        const auto place = places.emplace(pass.reason, groups.size()).first->second;
+        if (place == groups.size())
+            groups.emplace_back();
+        groups[place].push_back(&pass);
+    }
+    std::stable_sort(groups.begin(), groups.end(),
+                     [](const auto &a, const auto &b) { return a.size() < b.size(); });
+    return groups;
+}
+
 void writePasses(std::string &text, const Report &report, PassedKind kind, const char *title,
                  std::uint64_t count)
 {
@@ -101,14 +122,14 @@ void writePasses(std::string &text, const Report &report, PassedKind kind, const
         return;
     text += std::string("\n") + title + " (" + number(count) + ")\n";
     std::uint64_t listed = 0;
-    for (const ReportedPass &pass : report.passes) {
-        if (pass.kind != kind)
-            continue;
-        text += pass.path + "\n    " + pass.reason + "\n";
-        ++listed;
+    for (const auto &group : byReason(report, kind)) {
+        text += group.front()->reason + ":\n";
+        for (const ReportedPass *pass : group)
+            text += "    " + pass->path + "\n";
+        listed += group.size();
     }
     if (listed < count)
-        text += "Only the first " + number(listed) + " are listed.\n";
+        text += "Only " + number(listed) + " of them are listed.\n";
 }
 
 } // namespace

@@ -53,9 +53,9 @@ void HomeTest::isLaidOutAsDesigned()
              QStringList({"spacing 10", "widget QWidget", "spacing 10", "widget homemiddle",
                           "spacing 10", "widget homebottom", "spacing 5"}));
     const QWidget *top = page_->layout()->itemAt(1)->widget();
-    QCOMPARE(layoutOf(top), QStringList({"spacing 40", "widget btnSecureLogo", "spacing 10",
-                                         "column [stretch, widget lblSecureInfo, spacing 5, "
-                                         "widget lblSecureSubInfo, stretch]",
+    const QString texts = "column [stretch, widget lblSecureInfo, spacing 5, "
+                          "widget lblSecureSubInfo, stretch]";
+    QCOMPARE(layoutOf(top), QStringList({"spacing 40", "widget btnSecureLogo", "spacing 10", texts,
                                          "stretch", "spacing 30"}));
     QCOMPARE(layoutOf(page_->findChild<QWidget *>("homemiddle")),
              QStringList({"stretch", "widget btnScan", "stretch", "widget btnUpdate", "stretch",

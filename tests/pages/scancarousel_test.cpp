@@ -163,11 +163,10 @@ void ScanCarouselTest::slides()
     QCOMPARE(button->iconSize(), QSize(70, 70));
     QCOMPARE(button->cursor().shape(), Qt::PointingHandCursor);
     QCOMPARE(button->text(), QString());
-    QCOMPARE(layoutOf(slide),
-             QStringList({"stretch", QString("widget ") + kNames[index], "stretch",
-                          "column [stretch, widget lblScanInfo, spacing 5, widget lblSubScanInfo, "
-                          "stretch]",
-                          "stretch"}));
+    const QString texts = "column [stretch, widget lblScanInfo, spacing 5, "
+                          "widget lblSubScanInfo, stretch]";
+    QCOMPARE(layoutOf(slide), QStringList({"stretch", QString("widget ") + kNames[index], "stretch",
+                                           texts, "stretch"}));
 }
 
 void ScanCarouselTest::bandButtonsAreSized()

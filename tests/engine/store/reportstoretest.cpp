@@ -121,12 +121,12 @@ TEST_F(Reports, AnEndedScanCanBeListedReadAndRemoved)
                             "    Done: deleted\n"
                             "\n"
                             "Not scanned (1)\n"
-                            "/srv/data/big\n"
-                            "    larger than 1 GiB\n"
+                            "larger than 1 GiB:\n"
+                            "    /srv/data/big\n"
                             "\n"
                             "Errors (1)\n"
-                            "/srv/data/secret\n"
-                            "    Permission denied\n");
+                            "Permission denied:\n"
+                            "    /srv/data/secret\n");
 
     EXPECT_EQ(reports->remove("2026-11-21 14:05:09"), 0);
     EXPECT_EQ(reports->remove("2026-11-21 14:05:09"), 203);
@@ -206,16 +206,31 @@ TEST_F(Reports, AreFilteredByDay)
 TEST_F(Reports, ListAThousandPassedOverFilesOfEachKindAndCountTheOthers)
 {
     const ReportStore::Id id = reports->begin({"Full Scan", "/", "built-in", now});
+    const auto reason = [](int file) { return "why " + std::to_string(file / 100); };
     for (int file = 0; file < 1003; ++file)
-        reports->addPassedOver(id, {PassedKind::Skipped, "/skip/" + std::to_string(file), "why"});
+        reports->addPassedOver(
+            id, {PassedKind::Skipped, "/skip/" + std::to_string(file), reason(file)});
     for (int file = 0; file < 1000; ++file)
-        reports->addPassedOver(id, {PassedKind::Error, "/error/" + std::to_string(file), "why"});
+        reports->addPassedOver(id,
+                               {PassedKind::Error, "/error/" + std::to_string(file), reason(file)});
     const std::string text = reports->read(reports->finish(id, Outcome::Completed, {}, "")).text;
-    EXPECT_TRUE(has(text, "Not scanned (1,003)\n/skip/0\n"));
+    EXPECT_TRUE(has(text, "Not scanned (1,003)\nwhy 0:\n    /skip/0\n"));
     EXPECT_TRUE(has(text, "/skip/999\n"));
     EXPECT_FALSE(has(text, "/skip/1000\n"));
-    EXPECT_TRUE(has(text, "Only the first 1,000 are listed.\n\nErrors (1,000)\n/error/0\n"));
-    EXPECT_TRUE(has(text, "/error/999\n    why\n"));
+    EXPECT_TRUE(has(text, "Only 1,000 of them are listed.\n\nErrors (1,000)\nwhy 0:\n"));
+    EXPECT_TRUE(has(text, "    /error/999\n"));
+}
+
+TEST_F(Reports, DoNotLetManyLinksCrowdOutTheOneArchive)
+{
+    const ReportStore::Id id = reports->begin({"Full Scan", "/", "built-in", now});
+    for (int file = 0; file < 5000; ++file)
+        reports->addPassedOver(id,
+                               {PassedKind::Skipped, "/link/" + std::to_string(file), "a link"});
+    reports->addPassedOver(id, {PassedKind::Skipped, "/locked.zip", "encrypted"});
+    const std::string text = reports->read(reports->finish(id, Outcome::Completed, {}, "")).text;
+    EXPECT_TRUE(has(text, "Not scanned (5,001)\nencrypted:\n    /locked.zip\na link:\n"));
+    EXPECT_TRUE(has(text, "    /link/199\nOnly 201 of them are listed.\n"));
 }
 
 TEST_F(Reports, AnUnfinishedScanIsNotListedUntilItIsClosedAsInterrupted)
