@@ -76,12 +76,27 @@ QDBusMessage Bus::call(const char *interface, const char *method, const QVariant
 {
     if (silent())
         return noAnswer();
+    return send(message(interface, method, arguments), patience);
+}
+
+QDBusMessage Bus::callPatiently(const char *interface, const char *alive, const char *method,
+                                const QVariantList &arguments)
+{
+    const QDBusMessage sign = call(interface, alive);
+    if (sign.type() != QDBusMessage::ReplyMessage)
+        return sign;
+    QDBusMessage question = message(interface, method, arguments);
+    question.setInteractiveAuthorizationAllowed(true);
+    return send(question, kLongPatience);
+}
+
+QDBusMessage Bus::send(const QDBusMessage &question, std::chrono::milliseconds patience)
+{
     const QDBusConnection bus = connection();
     if (!bus.isConnected())
         return QDBusMessage::createError(QDBusError::Disconnected,
                                          QStringLiteral("no message bus is running"));
-    QDBusMessage answer = bus.call(message(interface, method, arguments), QDBus::Block,
-                                   static_cast<int>(patience.count()));
+    QDBusMessage answer = bus.call(question, QDBus::Block, static_cast<int>(patience.count()));
     if (answer.type() == QDBusMessage::ReplyMessage)
         return answer;
     if (answer.type() != QDBusMessage::ErrorMessage)
@@ -166,6 +181,8 @@ QString Bus::explain(const QDBusMessage &error)
         is(error, QDBusError::TimedOut))
         return QStringLiteral("The TALO Antivirus service does not answer. Try again in half a "
                               "minute; if that does not help, restart talod.");
+    if (error.errorName() == QLatin1String(interface::kErrorPasswordNeeded))
+        return QStringLiteral("The settings are guarded by a password: %1.").arg(said);
     if (is(error, QDBusError::AccessDenied) ||
         error.errorName() == QLatin1String(interface::kErrorNotPermitted))
         return QStringLiteral("The TALO Antivirus service refused: %1. Ask an administrator, or "

@@ -27,12 +27,19 @@ public:
 
     static constexpr std::chrono::milliseconds kPatience{5000};
     static constexpr std::chrono::milliseconds kSilence{30000};
+    static constexpr std::chrono::milliseconds kLongPatience{150000};
 
     // Calls the service and waits. The answer is a reply or an error, never an invalid message: no
     // bus and no service are known at once, and a service that let kPatience pass without a word
     // is not waited for again during kSilence.
     QDBusMessage call(const char *interface, const char *method, const QVariantList &arguments = {},
                       std::chrono::milliseconds patience = kPatience);
+
+    // For what may take a person's time, as when an administrator is asked for a password: waits
+    // for minutes, once the service has shown with an answer to `alive`, a method of the interface
+    // without arguments, that it is there at all.
+    QDBusMessage callPatiently(const char *interface, const char *alive, const char *method,
+                               const QVariantList &arguments = {});
 
     // The connection itself, for signals and calls that do not wait; not connected without a bus.
     QDBusConnection connection();
@@ -52,6 +59,7 @@ private:
     Bus();
     QDBusConnection connect();
     QDBusConnection open(const QString &address, const char *purpose) const;
+    QDBusMessage send(const QDBusMessage &question, std::chrono::milliseconds patience);
     void forget(const QDBusConnection &connection);
     bool silent() const;
 

@@ -1,10 +1,22 @@
 #include "engine/product_registration.h"
 
-// There is no registration yet, hence no address that a new password could be sent to.
+#include "client/boundary.h"
+#include "client/bus.h"
+#include "interface/names.h"
+
+#include <QDBusReply>
+
 int product_registration(int operation)
 {
+    using namespace talo;
     constexpr int kNewPassword = 70;
-    constexpr int kNothingRegistered = 1;
-    constexpr int kUnknownOperation = -1;
-    return operation == kNewPassword ? kNothingRegistered : kUnknownOperation;
+    constexpr int kFailed = -1;
+    if (operation != kNewPassword)
+        return kFailed;
+    return client::guarded(kFailed, [] {
+        // A mail server takes its time.
+        const QDBusReply<int> answer =
+            client::Bus::instance().callPatiently(interface::kPassword, "Exists", "Reset");
+        return answer.isValid() ? answer.value() : kFailed;
+    });
 }

@@ -10,6 +10,7 @@ inline constexpr char kObject[] = "/org/taloantivirus/Engine1";
 inline constexpr char kStatus[] = "org.taloantivirus.Engine1.Status";
 inline constexpr char kScan[] = "org.taloantivirus.Engine1.Scan";
 inline constexpr char kReports[] = "org.taloantivirus.Engine1.Reports";
+inline constexpr char kPassword[] = "org.taloantivirus.Engine1.Password";
 inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
 inline constexpr char kSettings[] = "org.taloantivirus.Engine1.Settings";
 inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
@@ -20,6 +21,7 @@ inline constexpr char kErrorRunning[] = "org.taloantivirus.Error.AlreadyRunning"
 inline constexpr char kErrorLimit[] = "org.taloantivirus.Error.LimitReached";
 inline constexpr char kErrorNotFound[] = "org.taloantivirus.Error.NotFound";
 inline constexpr char kErrorNotPermitted[] = "org.taloantivirus.Error.NotPermitted";
+inline constexpr char kErrorPasswordNeeded[] = "org.taloantivirus.Error.PasswordNeeded";
 inline constexpr char kErrorFailed[] = "org.taloantivirus.Error.Failed";
 
 // Kinds of scan, as the scan programs' second argument has them.

@@ -4,6 +4,7 @@
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
 #include "service/log.h"
+#include "service/passwordservice.h"
 #include "service/scanservice.h"
 #include "service/shown.h"
 #include "store/reportstore.h"
@@ -75,10 +76,33 @@ BusObject::BusObject(Rooms rooms) : rooms_(std::move(rooms)) {}
 
 bool BusObject::permitted(Action action)
 {
-    const QString refusal = authority_.refusal(action, connection(), message().service());
-    if (!refusal.isEmpty())
-        sendErrorReply(text(interface::kErrorNotPermitted), refusal);
-    return refusal.isEmpty();
+    const Refusal refusal = rooms_.authority.decideAtOnce(action, message().service());
+    if (refusal)
+        sendErrorReply(text(refusal.error), refusal.reason);
+    return !refusal;
+}
+
+Call BusObject::call(uint user)
+{
+    return {message(), connection(), user};
+}
+
+void BusObject::whenPermitted(Action action, Work work)
+{
+    setDelayedReply(true);
+    rooms_.authority.decide(
+        {action, message().service(), message().isInteractiveAuthorizationAllowed()},
+        [call = call(), work = std::move(work)](const Refusal &refusal, uint user) {
+            if (refusal)
+                call.refuse(refusal.error, refusal.reason);
+            else
+                work({call.question, call.bus, user});
+        });
+}
+
+void BusObject::aside(const Call &call, std::function<QDBusMessage(const QDBusMessage &)> work)
+{
+    rooms_.housekeeper.run([call, work = std::move(work)] { call.send(work(call.question)); });
 }
 
 QVariantMap BusObject::GetStatus()
@@ -100,18 +124,24 @@ QVariantMap BusObject::GetStatus()
 
 uint BusObject::Start(uint kind, const QByteArray &path)
 {
-    if (!permitted(Action::StartScan))
-        return 0;
-    const ScanService::Started started = rooms_.scans.start(kind, path);
-    if (started.refusal != ScanService::Refusal::None)
-        sendErrorReply(text(errorName(started.refusal)), started.reason);
-    return started.job;
+    whenPermitted(Action::StartScan, [this, kind, path](const Call &call) {
+        const ScanService::Started started = rooms_.scans.start(kind, path);
+        if (started.refusal != ScanService::Refusal::None)
+            call.refuse(errorName(started.refusal), started.reason);
+        else
+            call.answer({started.job});
+    });
+    return 0;
 }
 
 void BusObject::control(uint job, bool (ScanService::*what)(uint))
 {
-    if (permitted(Action::ControlScan) && !(rooms_.scans.*what)(job))
-        sendErrorReply(text(interface::kErrorNotFound), QStringLiteral("there is no such scan"));
+    whenPermitted(Action::ControlScan, [this, job, what](const Call &call) {
+        if ((rooms_.scans.*what)(job))
+            call.answer();
+        else
+            call.refuse(interface::kErrorNotFound, QStringLiteral("there is no such scan"));
+    });
 }
 
 void BusObject::Pause(uint job)
@@ -168,7 +198,10 @@ int BusObject::Read(const QString &key, QString &date, QString &time, QString &t
 
 int BusObject::Delete(const QString &key)
 {
-    return permitted(Action::DeleteReports) ? rooms_.reports.remove(key.toStdString()) : 0;
+    whenPermitted(Action::DeleteReports, [this, key](const Call &call) {
+        call.answer({rooms_.reports.remove(key.toStdString())});
+    });
+    return 0;
 }
 
 QString BusObject::LastFullScan()
@@ -177,19 +210,12 @@ QString BusObject::LastFullScan()
                                           : QString();
 }
 
-void BusObject::answerLater(std::function<QDBusMessage(const QDBusMessage &)> work)
-{
-    setDelayedReply(true);
-    rooms_.housekeeper.run([work = std::move(work), question = message(), bus = connection()] {
-        bus.send(work(question));
-    });
-}
-
 interface::QuarantineList BusObject::List()
 {
     if (!permitted(Action::ReadQuarantine))
         return {};
-    answerLater([&quarantine = rooms_.quarantine](const QDBusMessage &question) {
+    setDelayedReply(true);
+    aside(call(), [&quarantine = rooms_.quarantine](const QDBusMessage &question) {
         interface::QuarantineList list;
         std::size_t length = 0;
         for (const auto &object : quarantine.list()) {
@@ -211,24 +237,84 @@ interface::QuarantineList BusObject::List()
 
 void BusObject::Restore(const QString &id)
 {
-    if (!permitted(Action::RestoreFromQuarantine))
-        return;
-    answerLater([&quarantine = rooms_.quarantine, id](const QDBusMessage &question) {
-        return answerTo(question, isIdentifier(id) ? quarantine.restore(id.toStdString())
-                                                   : scan::Quarantine::Outcome{
-                                                         scan::Quarantine::Result::NotFound, {}});
+    whenPermitted(Action::RestoreFromQuarantine, [this, id](const Call &call) {
+        aside(call, [&quarantine = rooms_.quarantine, id](const QDBusMessage &question) {
+            return answerTo(
+                question, isIdentifier(id)
+                              ? quarantine.restore(id.toStdString())
+                              : scan::Quarantine::Outcome{scan::Quarantine::Result::NotFound, {}});
+        });
     });
 }
 
 void BusObject::Purge(const QString &id)
 {
-    if (!permitted(Action::PurgeQuarantine))
-        return;
-    answerLater([&quarantine = rooms_.quarantine, id](const QDBusMessage &question) {
-        return answerTo(question, isIdentifier(id) ? quarantine.purge(id.toStdString())
-                                                   : scan::Quarantine::Outcome{
-                                                         scan::Quarantine::Result::NotFound, {}});
+    whenPermitted(Action::PurgeQuarantine, [this, id](const Call &call) {
+        aside(call, [&quarantine = rooms_.quarantine, id](const QDBusMessage &question) {
+            return answerTo(
+                question, isIdentifier(id)
+                              ? quarantine.purge(id.toStdString())
+                              : scan::Quarantine::Outcome{scan::Quarantine::Result::NotFound, {}});
+        });
     });
+}
+
+bool BusObject::Exists()
+{
+    whenPermitted(Action::ReadPassword,
+                  [this](const Call &call) { rooms_.passwords.exists(call); });
+    return false;
+}
+
+bool BusObject::Protection()
+{
+    whenPermitted(Action::ReadPassword,
+                  [this](const Call &call) { rooms_.passwords.protection(call); });
+    return false;
+}
+
+void BusObject::SetProtection(bool on)
+{
+    whenPermitted(Action::ChangeProtection,
+                  [this, on](const Call &call) { rooms_.passwords.setProtection(call, on); });
+}
+
+// Passwords are taken out of the message at once, whatever becomes of the call.
+bool BusObject::Validate(const QByteArray &password)
+{
+    const auto given = PasswordService::take(password);
+    whenPermitted(Action::ValidatePassword,
+                  [this, given](const Call &call) { rooms_.passwords.validate(call, given); });
+    return false;
+}
+
+int BusObject::Create(const QByteArray &password, const QByteArray &confirmation)
+{
+    const auto given = PasswordService::take(password);
+    const auto again = PasswordService::take(confirmation);
+    whenPermitted(Action::CreatePassword, [this, given, again](const Call &call) {
+        rooms_.passwords.create(call, given, again);
+    });
+    return 0;
+}
+
+int BusObject::Change(const QByteArray &current, const QByteArray &password,
+                      const QByteArray &confirmation)
+{
+    const auto before = PasswordService::take(current);
+    const auto given = PasswordService::take(password);
+    const auto again = PasswordService::take(confirmation);
+    whenPermitted(Action::ChangePassword, [this, before, given, again](const Call &call) {
+        rooms_.passwords.change(call, before, given, again);
+    });
+    return 0;
+}
+
+int BusObject::Reset()
+{
+    whenPermitted(Action::ResetPassword,
+                  [this](const Call &call) { rooms_.passwords.reset(call); });
+    return 0;
 }
 
 } // namespace talo::service

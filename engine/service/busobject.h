@@ -4,6 +4,7 @@
 
 #include "interface/types.h"
 #include "service/authority.h"
+#include "service/call.h"
 #include "service/housekeeper.h"
 #include "service/signatureset.h"
 #include "store/exclusion.h"
@@ -29,6 +30,7 @@ class ReportStore;
 namespace talo::service
 {
 
+class PasswordService;
 class ScanService;
 class SettingsService;
 
@@ -38,6 +40,8 @@ class BusObject : public QObject, protected QDBusContext
 
 public:
     struct Rooms {
+        Authority &authority;
+        PasswordService &passwords;
         ScanService &scans;
         store::ReportStore &reports;
         scan::Quarantine &quarantine;
@@ -58,6 +62,16 @@ public:
     void Stop(uint job);
     interface::ScanProgress Progress(uint job, uint threatsFrom);
     interface::RunningJobs Running();
+
+    // Password
+    bool Exists();
+    bool Protection();
+    void SetProtection(bool on);
+    bool Validate(const QByteArray &password);
+    int Create(const QByteArray &password, const QByteArray &confirmation);
+    int Change(const QByteArray &current, const QByteArray &password,
+               const QByteArray &confirmation);
+    int Reset();
 
     // Reports
     int List(const QString &from, const QString &to, interface::ReportList &reports);
@@ -84,19 +98,21 @@ public:
     QStringList List(QStringList &extensions);
 
 private:
+    using Work = std::function<void(const Call &)>;
+
+    // For what only reads; answers with the reason itself where it is not permitted.
     bool permitted(Action action);
-    // Each sends an error where it answers nothing.
-    std::optional<store::Group> group(const QString &name);
-    std::optional<store::Group> groupToChange(const QString &name);
-    std::optional<store::ExclusionKind> exclusionKind(int kind);
-    void answer(const store::SettingsStore::Outcome &outcome);
-    void fail(const std::string &reason); // sends one if there is one
+    // For the rest: has the work answer the call, on this thread, when the caller turns out to be
+    // permitted, which may be after this method has returned. What the slot returns is not sent.
+    void whenPermitted(Action action, Work work);
+    Call call(uint user = 0);
+    // Has the work answer the call, from the housekeeper's thread.
+    void aside(const Call &call, std::function<QDBusMessage(const QDBusMessage &)> work);
+    std::optional<store::Group> group(const QString &name); // sends an error where there is none
+    void fail(const std::string &reason);                   // sends one if there is one
     void control(uint job, bool (ScanService::*what)(uint));
-    // Answers later, from the housekeeper's thread.
-    void answerLater(std::function<QDBusMessage(const QDBusMessage &)> work);
 
     Rooms rooms_;
-    Authority authority_;
 };
 
 } // namespace talo::service

@@ -14,9 +14,15 @@ QString text(const char *name)
     return QString::fromLatin1(name);
 }
 
-Action actionToChange(store::Group group)
+QString noSuchGroup()
 {
-    switch (group) {
+    return QStringLiteral("there is no such group of settings");
+}
+
+// What is no group is refused as one that anybody could want to change.
+Action actionToChange(std::optional<store::Group> group)
+{
+    switch (group.value_or(store::Group::General)) {
     case store::Group::Firewall:
         return Action::ChangeFirewallSetting;
     case store::Group::DeviceControl:
@@ -30,46 +36,71 @@ Action actionToChange(store::Group group)
     return Action::ChangeSettings;
 }
 
+void answer(const Call &call, const store::SettingsStore::Outcome &outcome)
+{
+    const QString reason = QString::fromStdString(outcome.reason);
+    if (outcome.result == store::SettingsStore::Result::OutOfRange)
+        call.refuse(interface::kErrorInvalid, reason);
+    else if (!reason.isEmpty())
+        call.refuse(interface::kErrorFailed, reason);
+    else
+        call.answer();
+}
+
+void apply(const Call &call, SettingsService &settings, store::Group group,
+           const interface::SettingMap &values)
+{
+    std::vector<store::SettingsStore::Change> changes;
+    for (auto value = values.begin(); value != values.end(); ++value) {
+        const auto *const row = store::findSetting(group, value.key().toStdString());
+        if (row == nullptr) {
+            call.refuse(interface::kErrorInvalid,
+                        QStringLiteral("there is no such setting in this group"));
+            return;
+        }
+        changes.emplace_back(row->setting, value.value());
+    }
+    if (changes.empty())
+        call.refuse(interface::kErrorInvalid, QStringLiteral("there are no values"));
+    else
+        answer(call, settings.apply(group, changes));
+}
+
+void import(const Call &call, SettingsService &settings, const QByteArray &content)
+{
+    constexpr int kNotValid = 2;
+    const store::ImportOutcome outcome = settings.importAll(content.toStdString());
+    if (outcome.result == store::ImportOutcome::Result::NotValid)
+        call.answer({kNotValid});
+    else if (!outcome.reason.empty())
+        call.refuse(interface::kErrorFailed, QString::fromStdString(outcome.reason));
+    else
+        call.answer({0});
+}
+
+std::optional<store::ExclusionKind> exclusionKind(const Call &call, int kind)
+{
+    for (const auto known : {store::ExclusionKind::Location, store::ExclusionKind::Extension})
+        if (kind == static_cast<int>(known))
+            return known;
+    call.refuse(interface::kErrorInvalid, QStringLiteral("there is no such kind of exclusion"));
+    return std::nullopt;
+}
+
 } // namespace
 
 std::optional<store::Group> BusObject::group(const QString &name)
 {
     const auto group = store::groupNamed(name.toStdString());
     if (!group)
-        sendErrorReply(text(interface::kErrorInvalid),
-                       QStringLiteral("there is no such group of settings"));
+        sendErrorReply(text(interface::kErrorInvalid), noSuchGroup());
     return group;
-}
-
-std::optional<store::Group> BusObject::groupToChange(const QString &name)
-{
-    const auto known = store::groupNamed(name.toStdString());
-    const Action action = known ? actionToChange(*known) : Action::ChangeSettings;
-    return permitted(action) ? group(name) : std::nullopt;
-}
-
-std::optional<store::ExclusionKind> BusObject::exclusionKind(int kind)
-{
-    for (const auto known : {store::ExclusionKind::Location, store::ExclusionKind::Extension})
-        if (kind == static_cast<int>(known))
-            return known;
-    sendErrorReply(text(interface::kErrorInvalid),
-                   QStringLiteral("there is no such kind of exclusion"));
-    return std::nullopt;
 }
 
 void BusObject::fail(const std::string &reason)
 {
     if (!reason.empty())
         sendErrorReply(text(interface::kErrorFailed), QString::fromStdString(reason));
-}
-
-void BusObject::answer(const store::SettingsStore::Outcome &outcome)
-{
-    if (outcome.result == store::SettingsStore::Result::OutOfRange)
-        sendErrorReply(text(interface::kErrorInvalid), QString::fromStdString(outcome.reason));
-    else
-        fail(outcome.reason);
 }
 
 interface::SettingMap BusObject::Get(const QString &name)
@@ -91,29 +122,24 @@ interface::SettingMap BusObject::Get(const QString &name)
 
 void BusObject::Apply(const QString &name, const interface::SettingMap &values)
 {
-    const auto wanted = groupToChange(name);
-    if (!wanted)
-        return;
-    std::vector<store::SettingsStore::Change> changes;
-    for (auto value = values.begin(); value != values.end(); ++value) {
-        const auto *const row = store::findSetting(*wanted, value.key().toStdString());
-        if (row == nullptr) {
-            sendErrorReply(text(interface::kErrorInvalid),
-                           QStringLiteral("there is no such setting in this group"));
-            return;
-        }
-        changes.emplace_back(row->setting, value.value());
-    }
-    if (changes.empty())
-        sendErrorReply(text(interface::kErrorInvalid), QStringLiteral("there are no values"));
-    else
-        answer(rooms_.settings.apply(*wanted, changes));
+    const auto wanted = store::groupNamed(name.toStdString());
+    whenPermitted(actionToChange(wanted), [this, wanted, values](const Call &call) {
+        if (wanted)
+            apply(call, rooms_.settings, *wanted, values);
+        else
+            call.refuse(interface::kErrorInvalid, noSuchGroup());
+    });
 }
 
 void BusObject::ApplyDefault(const QString &name)
 {
-    if (const auto wanted = groupToChange(name))
-        answer(rooms_.settings.applyDefault(*wanted));
+    const auto wanted = store::groupNamed(name.toStdString());
+    whenPermitted(actionToChange(wanted), [this, wanted](const Call &call) {
+        if (wanted)
+            answer(call, rooms_.settings.applyDefault(*wanted));
+        else
+            call.refuse(interface::kErrorInvalid, noSuchGroup());
+    });
 }
 
 void BusObject::NotifyChange()
@@ -134,30 +160,27 @@ QByteArray BusObject::Export()
 
 int BusObject::Import(const QByteArray &content)
 {
-    if (!permitted(Action::ImportSettings))
-        return 0;
-    constexpr int kNotValid = 2;
-    const store::ImportOutcome outcome = rooms_.settings.importAll(content.toStdString());
-    if (outcome.result == store::ImportOutcome::Result::NotValid)
-        return kNotValid;
-    fail(outcome.reason);
+    whenPermitted(Action::ImportSettings,
+                  [this, content](const Call &call) { import(call, rooms_.settings, content); });
     return 0;
 }
 
 int BusObject::Add(const QByteArray &entry, int kind)
 {
-    if (!permitted(Action::ChangeExclusions))
-        return 0;
-    const auto known = exclusionKind(kind);
-    return known ? static_cast<int>(rooms_.settings.exclude({*known, entry.toStdString()})) : 0;
+    whenPermitted(Action::ChangeExclusions, [this, entry, kind](const Call &call) {
+        if (const auto known = exclusionKind(call, kind))
+            call.answer({static_cast<int>(rooms_.settings.exclude({*known, entry.toStdString()}))});
+    });
+    return 0;
 }
 
 int BusObject::Remove(const QByteArray &entry, int kind)
 {
-    if (!permitted(Action::ChangeExclusions))
-        return 0;
-    const auto known = exclusionKind(kind);
-    return known ? static_cast<int>(rooms_.settings.include({*known, entry.toStdString()})) : 0;
+    whenPermitted(Action::ChangeExclusions, [this, entry, kind](const Call &call) {
+        if (const auto known = exclusionKind(call, kind))
+            call.answer({static_cast<int>(rooms_.settings.include({*known, entry.toStdString()}))});
+    });
+    return 0;
 }
 
 QStringList BusObject::List(QStringList &extensions)

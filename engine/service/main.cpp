@@ -79,6 +79,7 @@ int main(int argc, char *argv[])
 
     const QString bus = QStringLiteral("bus");
     const QString state = QStringLiteral("state");
+    const QString configuration = QStringLiteral("config");
     const QString signatures = QStringLiteral("signatures");
     const QString worker = QStringLiteral("worker");
     QCommandLineParser parser;
@@ -90,6 +91,8 @@ int main(int argc, char *argv[])
                         "or an address."),
          QStringLiteral("bus")},
         {state, QStringLiteral("Folder for reports and the quarantine."), QStringLiteral("folder")},
+        {configuration, QStringLiteral("The administrator's configuration file."),
+         QStringLiteral("file")},
         {signatures, QStringLiteral("Folder with the signatures to use."),
          QStringLiteral("folder")},
         {worker, QStringLiteral("The scan worker program."), QStringLiteral("program")},
@@ -116,7 +119,8 @@ int main(int argc, char *argv[])
         {parser.isSet(bus) ? parser.value(bus) : QString::fromLatin1(root ? "system" : "session"),
          pathOption(parser, state, defaultStateFolder()),
          pathOption(parser, signatures, std::string()),
-         pathOption(parser, worker, defaultWorkerProgram())});
+         pathOption(parser, worker, defaultWorkerProgram()),
+         pathOption(parser, configuration, defaultConfigurationFile())});
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const ExitCode code = service.start();

@@ -73,6 +73,11 @@ std::string builtInSignatures()
     return installation() + "/signatures";
 }
 
+std::string defaultConfigurationFile()
+{
+    return "/etc/taloantivirus/taloantivirus.conf";
+}
+
 std::string updatedSignatures(const std::string &stateFolder)
 {
     return stateFolder + "/signatures/current";

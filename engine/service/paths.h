@@ -17,6 +17,9 @@ std::string defaultWorkerProgram();
 
 std::string builtInSignatures();
 
+// What the administrator has set, for every instance of the service on this machine.
+std::string defaultConfigurationFile();
+
 // Where an update of the signatures puts the set to use.
 std::string updatedSignatures(const std::string &stateFolder);
 

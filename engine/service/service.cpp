@@ -4,16 +4,21 @@
 #include "interface/names.h"
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
+#include "service/authority.h"
 #include "service/busobject.h"
 #include "service/housekeeper.h"
 #include "service/log.h"
+#include "service/passwordservice.h"
 #include "service/paths.h"
 #include "service/scanservice.h"
 #include "service/settingsservice.h"
+#include "service/trustedcallers.h"
 #include "store/database.h"
+#include "store/passwordstore.h"
 #include "store/reportstore.h"
 
 #include "exclusionsadaptor.h"
+#include "passwordadaptor.h"
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
 #include "scanadaptor.h"
@@ -63,6 +68,7 @@ void Service::stop()
     // No question comes in any more while the rooms close.
     QDBusConnection::disconnectFromBus(connectionName());
     object_.reset();
+    passwords_.reset();
     if (scans_)
         scans_->shutDown();
 }
@@ -121,6 +127,20 @@ ExitCode Service::openStore()
     return Done;
 }
 
+void Service::openPasswords()
+{
+    passwordStore_ = std::make_unique<store::PasswordStore>(*database_);
+    passwordStore_->onFailure([](const std::string &what) { log(Level::Error, what); });
+    trusted_ = std::make_unique<TrustedCallers>(bus_);
+    // A bus by its address is somebody's own, also if root runs the service there.
+    const bool forAll = options_.bus == QLatin1String("system");
+    authority_ = std::make_unique<Authority>(forAll ? Authority::Users::JudgedByPolkit
+                                                    : Authority::Users::OnlyOurOwn,
+                                             bus_, *passwordStore_, *trusted_);
+    passwords_ =
+        std::make_unique<PasswordService>(*passwordStore_, *trusted_, options_.configuration);
+}
+
 ExitCode Service::publish()
 {
     const auto signatures = [this] {
@@ -140,7 +160,9 @@ ExitCode Service::publish()
                                                          signatures,
                                                          [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
-    object_ = std::make_unique<BusObject>(BusObject::Rooms{*scans_, *reports_, *quarantine_, *pool_,
+    openPasswords();
+    object_ = std::make_unique<BusObject>(BusObject::Rooms{*authority_, *passwords_, *scans_,
+                                                           *reports_, *quarantine_, *pool_,
                                                            *housekeeper_, *settings_, signatures});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
@@ -148,6 +170,7 @@ ExitCode Service::publish()
     new QuarantineAdaptor(object_.get());
     new SettingsAdaptor(object_.get());
     new ExclusionsAdaptor(object_.get());
+    new PasswordAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;

@@ -18,22 +18,27 @@ class WorkerPool;
 namespace talo::store
 {
 class Database;
+class PasswordStore;
 class ReportStore;
 } // namespace talo::store
 
 namespace talo::service
 {
 
+class Authority;
 class BusObject;
 class Housekeeper;
+class PasswordService;
 class ScanService;
 class SettingsService;
+class TrustedCallers;
 
 struct Options {
     QString bus; // "system", "session" or an address
     std::string state;
     std::string signatures; // empty: the best there is
     std::string worker;
+    std::string configuration;
 };
 
 // Exit codes of the program.
@@ -59,6 +64,7 @@ private slots:
 private:
     ExitCode openBus();
     ExitCode openStore();
+    void openPasswords();
     ExitCode publish();
     void keepHouse();
 
@@ -66,11 +72,15 @@ private:
     QDBusConnection bus_;
     std::unique_ptr<store::Database> database_;
     std::unique_ptr<store::ReportStore> reports_;
+    std::unique_ptr<store::PasswordStore> passwordStore_;
     std::unique_ptr<scan::Quarantine> quarantine_;
     std::unique_ptr<scan::WorkerPool> pool_;
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
+    std::unique_ptr<TrustedCallers> trusted_;
+    std::unique_ptr<Authority> authority_;
+    std::unique_ptr<PasswordService> passwords_;
     std::unique_ptr<BusObject> object_;
     QTimer daily_;
 };

@@ -56,6 +56,17 @@ inline constexpr const char *kMigrations[] = {
         UNIQUE (kind, pattern)
     );
     )sql",
+    // 3: the settings password. Of wrong ones only the number is kept, and no time, which a clock
+    // that was set could make a lie.
+    R"sql(
+    CREATE TABLE password (
+        only INTEGER PRIMARY KEY CHECK (only = 1), -- there is always this one row
+        hash TEXT,
+        protected INTEGER NOT NULL
+    );
+    INSERT INTO password (only, protected) VALUES (1, 0);
+    CREATE TABLE wrong_password (user INTEGER PRIMARY KEY, count INTEGER NOT NULL) WITHOUT ROWID;
+    )sql",
 };
 
 } // namespace talo::store

@@ -160,7 +160,7 @@ TEST_F(WithoutBus, NoPasswordExists)
     EXPECT_NE(libPassword::modifyPwdProtectionStatus(1), 0);
     EXPECT_EQ(libPassword::createpass("secret", "secret", 0), 3);
     EXPECT_EQ(libPassword::modifyPassword("secret", "secret2", "secret2"), 3);
-    EXPECT_EQ(product_registration(70), 1);
+    EXPECT_EQ(product_registration(70), -1);
     EXPECT_EQ(product_registration(71), -1);
     EXPECT_EQ(libImportExportSetting::ExportSettings("/tmp"), 1);
     EXPECT_EQ(libImportExportSetting::ImportSettings("/no/such/folder"), 1);

@@ -250,9 +250,9 @@ void SettingsTest::refusesDamagedImports()
 
 void SettingsTest::guardsUsbStorage()
 {
-    QCOMPARE(apply("DeviceControl", {{"Blocked", 1}}).errorName(), QString(kErrorNotPermitted));
+    QCOMPARE(apply("DeviceControl", {{"Blocked", 1}}).errorName(), QString(kErrorPasswordNeeded));
     QCOMPARE(settings("ApplyDefault", {QString("DeviceControl")}).errorName(),
-             QString(kErrorNotPermitted));
+             QString(kErrorPasswordNeeded));
     QCOMPARE(get("DeviceControl"), (SettingMap{{"Blocked", 0}}));
 }
 

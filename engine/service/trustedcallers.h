@@ -1,0 +1,34 @@
+// The connections on which the settings password was given.
+#pragma once
+
+#include <QDBusConnection>
+#include <QDBusServiceWatcher>
+#include <QSet>
+#include <QString>
+
+namespace talo::service
+{
+
+// Callers are unique bus names, which a bus never gives twice. One that leaves the bus is
+// forgotten. Lives on the service's main thread.
+class TrustedCallers : public QObject
+{
+    Q_OBJECT
+
+public:
+    explicit TrustedCallers(const QDBusConnection &bus);
+
+    bool contains(const QString &caller) const { return callers_.contains(caller); }
+    void add(const QString &caller);
+    // After the password was replaced the old one is worth nothing; the caller who replaced it by
+    // giving it stays.
+    void forgetAllBut(const QString &caller);
+
+private:
+    void forget(const QString &caller);
+
+    QDBusServiceWatcher watcher_;
+    QSet<QString> callers_;
+};
+
+} // namespace talo::service
