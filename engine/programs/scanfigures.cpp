@@ -6,6 +6,7 @@
 #include "programs/scanwords.h"
 
 #include <QGridLayout>
+#include <QHBoxLayout>
 #include <QLabel>
 #include <QProgressBar>
 #include <QVBoxLayout>
@@ -14,13 +15,23 @@ namespace talo::programs
 {
 
 ScanFigures::ScanFigures(QWidget *parent)
-    : QWidget(parent), current_(new ElidedLabel(this)), bar_(new QProgressBar(this))
+    : QWidget(parent)
+    , current_(new ElidedLabel(this))
+    , bar_(new QProgressBar(this))
+    , share_(new QLabel(this))
 {
     current_->setObjectName(QStringLiteral("lblScanCurrent"));
     bar_->setObjectName(QStringLiteral("prgScan"));
     bar_->setAccessibleName(QStringLiteral("Share of the scan that is done"));
     bar_->setRange(0, 0);
-    bar_->setTextVisible(false);
+    bar_->setTextVisible(false); // nobody could read it on the bar's stripes
+    share_->setObjectName(QStringLiteral("lblScanValue"));
+    share_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+
+    auto *progress = new QHBoxLayout;
+    progress->setSpacing(5);
+    progress->addWidget(bar_);
+    progress->addWidget(share_, 1);
 
     auto *grid = new QGridLayout;
     grid->setContentsMargins(0, 0, 0, 0);
@@ -39,7 +50,7 @@ ScanFigures::ScanFigures(QWidget *parent)
     layout->setContentsMargins(0, 0, 0, 0);
     layout->setSpacing(8);
     layout->addWidget(current_);
-    layout->addWidget(bar_, 0, Qt::AlignHCenter);
+    layout->addLayout(progress);
     layout->addLayout(grid);
 }
 
@@ -59,12 +70,7 @@ QLabel *ScanFigures::addFigure(QGridLayout *grid, int row, int column, const QSt
 void ScanFigures::showProgress(const interface::ScanProgress &progress)
 {
     current_->setFullText(progress.current);
-    const int percent = percentDone(progress);
-    if (percent >= 0) {
-        bar_->setRange(0, 100);
-        bar_->setValue(percent);
-        bar_->setTextVisible(true);
-    }
+    showShare(percentDone(progress));
     showNumbers(progress);
     remaining_->setText(progress.remainingMs < 0
                             ? QStringLiteral("-")
@@ -74,11 +80,18 @@ void ScanFigures::showProgress(const interface::ScanProgress &progress)
 void ScanFigures::showEnd(const interface::ScanProgress &progress)
 {
     current_->setFullText(QString());
-    bar_->setRange(0, 100);
-    bar_->setValue(qMax(0, percentDone(progress)));
-    bar_->setTextVisible(true);
+    showShare(qMax(0, percentDone(progress)));
     showNumbers(progress);
     remaining_->setText(QStringLiteral("-"));
+}
+
+void ScanFigures::showShare(int percent)
+{
+    if (percent < 0)
+        return; // the bar stays busy
+    bar_->setRange(0, 100);
+    bar_->setValue(percent);
+    share_->setText(QStringLiteral("%1%").arg(percent));
 }
 
 void ScanFigures::showNumbers(const interface::ScanProgress &progress)

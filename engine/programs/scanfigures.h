@@ -27,10 +27,12 @@ public:
 
 private:
     QLabel *addFigure(QGridLayout *grid, int row, int column, const QString &caption);
+    void showShare(int percent); // -1 while unknown
     void showNumbers(const interface::ScanProgress &progress);
 
     ElidedLabel *current_;
     QProgressBar *bar_;
+    QLabel *share_;
     QLabel *files_;
     QLabel *data_;
     QLabel *elapsed_;

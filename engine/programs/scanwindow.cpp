@@ -110,12 +110,9 @@ void ScanWindow::showEnd(const talo::interface::ScanProgress &progress)
     exitCode_ = programs::exitCode(progress);
     reportKey_ = progress.report;
     figures_->showEnd(progress);
-    QString text = verdictSentence(progress);
-    const QString notScanned = notScannedSentence(progress);
-    if (!notScanned.isEmpty())
-        text += QLatin1Char('\n') + notScanned;
     const Outcome whole = progress.threats == 0 ? Outcome::Clean : Outcome::Threats;
-    showSummary(text, progress.state == interface::Finished ? whole : Outcome::Unfinished);
+    showSummary(progress.state == interface::Finished ? whole : Outcome::Unfinished,
+                verdictSentence(progress), notScannedSentence(progress));
     sub_->setFullText(progress.state == interface::Finished ? QStringLiteral("The scan is done.")
                       : progress.state == interface::Stopped
                           ? QStringLiteral("The scan was stopped.")
@@ -134,8 +131,7 @@ void ScanWindow::showFailure(const QString &problem)
     // Numbers of a scan whose end nobody knows would look like a result.
     figures_->hide();
     signatures_->setVisible(begun);
-    threats_->setVisible(model_->rowCount() > 0);
-    showSummary(problem, Outcome::Unfinished);
+    showSummary(Outcome::Unfinished, problem);
     finish();
 }
 
@@ -144,7 +140,7 @@ void ScanWindow::showRefusal(const QString &problem)
     QMessageBox::warning(this, QStringLiteral("TALO Antivirus"), problem);
 }
 
-void ScanWindow::showSummary(const QString &text, Outcome outcome)
+void ScanWindow::showSummary(Outcome outcome, const QString &text, const QString &note)
 {
     // The style sheet colours the line by its name.
     summary_->setObjectName(outcome == Outcome::Clean     ? QStringLiteral("lblScanClean")
@@ -154,6 +150,9 @@ void ScanWindow::showSummary(const QString &text, Outcome outcome)
     summary_->style()->polish(summary_);
     summary_->setText(text);
     summary_->show();
+    note_->setText(note);
+    note_->setVisible(!note.isEmpty());
+    threats_->setVisible(model_->rowCount() > 0);
 }
 
 void ScanWindow::finish()

@@ -62,7 +62,7 @@ private:
     void connectJob();
     void askBeforeClosing();
     void showState(const interface::ScanProgress &progress);
-    void showSummary(const QString &text, Outcome outcome);
+    void showSummary(Outcome outcome, const QString &text, const QString &note = QString());
     void finish();
 
     ScanRequest request_;
@@ -77,6 +77,7 @@ private:
     ScanFigures *figures_ = nullptr;
     QTableView *threats_ = nullptr;
     QLabel *summary_ = nullptr;
+    QLabel *note_ = nullptr;
     QLabel *signatures_ = nullptr;
     QToolButton *pause_ = nullptr;
     QToolButton *stop_ = nullptr;

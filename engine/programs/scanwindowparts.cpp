@@ -41,6 +41,16 @@ QToolButton *createButton(QWidget *parent, const char *name, const char *text)
     return button;
 }
 
+QLabel *createText(QWidget *parent, const char *name)
+{
+    auto *label = new QLabel(parent);
+    label->setObjectName(QLatin1String(name));
+    label->setTextFormat(Qt::PlainText);
+    label->setWordWrap(true);
+    label->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    return label;
+}
+
 QTableView *createThreatTable(QWidget *parent, ThreatModel *model)
 {
     auto *table = new QTableView(parent);
@@ -61,7 +71,7 @@ QTableView *createThreatTable(QWidget *parent, ThreatModel *model)
     header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
     header->setSectionResizeMode(ThreatModel::File, QHeaderView::Stretch);
     header->resizeSection(ThreatModel::Threat, 160);
-    header->resizeSection(ThreatModel::ActionTaken, 160);
+    header->resizeSection(ThreatModel::ActionTaken, 195);
     return table;
 }
 
@@ -109,15 +119,11 @@ QWidget *ScanWindow::createMiddle()
 
     figures_ = new ScanFigures(band);
     threats_ = createThreatTable(band, model_);
-    summary_ = new QLabel(band);
-    summary_->setTextFormat(Qt::PlainText);
-    summary_->setWordWrap(true);
-    summary_->setTextInteractionFlags(Qt::TextSelectableByMouse);
+    summary_ = createText(band, "lblScanStatus");
+    note_ = createText(band, "lblScanCaption");
+    signatures_ = createText(band, "lblScanCaption");
     summary_->hide();
-    signatures_ = new QLabel(band);
-    signatures_->setObjectName(QStringLiteral("lblScanCaption"));
-    signatures_->setTextFormat(Qt::PlainText);
-    signatures_->setWordWrap(true);
+    note_->hide();
 
     auto *layout = new QVBoxLayout(band);
     layout->setContentsMargins(20, 12, 20, 12);
@@ -125,6 +131,8 @@ QWidget *ScanWindow::createMiddle()
     layout->addWidget(figures_);
     layout->addWidget(threats_, 1);
     layout->addWidget(summary_);
+    layout->addWidget(note_);
+    layout->addStretch(); // takes the table's place where there is none
     layout->addWidget(signatures_);
     return band;
 }
@@ -139,6 +147,7 @@ QWidget *ScanWindow::createBottom()
     stop_ = createButton(band, "btnStopScan", "STOP");
     view_ = createButton(band, "btnViewScanReport", "VIEW REPORT");
     close_ = createButton(band, "btnCloseScan", "CLOSE");
+    view_->setMinimumWidth(130);
     view_->hide();
     close_->hide();
     connect(pause_, &QToolButton::clicked, this, &ScanWindow::pauseOrResume);

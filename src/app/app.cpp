@@ -162,7 +162,7 @@ void TaloAntivirus_Linux_App::createCenter()
         pages_->addWidget(page);
     }
 
-    copyrights_ = new QLabel(tr("Copyright © 2026 the TALO Antivirus developers"), center_);
+    copyrights_ = new QLabel(tr("  Copyright © 2026 the TALO Antivirus developers"), center_);
     copyrights_->setObjectName("copyrights");
     copyrights_->setFixedSize(650, 30);
 

@@ -27,6 +27,7 @@ void ConfigureScheduleScan::createTop()
     top_ = header.band;
 }
 
+// Without fields there is nothing to clear or to fill.
 void ConfigureScheduleScan::clearAllDataFields() {}
 
 void ConfigureScheduleScan::setAllDataFieldsToEdit(QString /*name*/, int /*type*/, int /*weekday*/,

@@ -26,4 +26,5 @@ void Datatheft::createTop()
     top_ = header.band;
 }
 
+// Without the choice on the page there is nothing to reload.
 void Datatheft::UpdateDeviceConfig() {}

@@ -115,6 +115,7 @@ QWidget *Help::createAboutPage()
     version->addWidget(caption);
     version->addStretch(1);
     version->addWidget(lblProductVersion_);
+    version->addSpacing(10); // the separator below ends here
 
     auto *column = talo::createColumn(page);
     column->addSpacing(30);

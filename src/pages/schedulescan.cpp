@@ -26,4 +26,5 @@ void ScheduleScan::createTop()
     top_ = header.band;
 }
 
+// Without a table there is nothing to reload.
 void ScheduleScan::fillAllSchTabelData() {}

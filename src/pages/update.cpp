@@ -25,4 +25,5 @@ void Update::createTop()
     top_ = header.band;
 }
 
+// Without labels for the versions there is nothing to reload.
 void Update::setUpdateStatusInfo() {}

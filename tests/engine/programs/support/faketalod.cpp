@@ -127,6 +127,12 @@ uint FakeTalod::startedKind() const
     return startedKind_;
 }
 
+QStringList FakeTalod::listedRange() const
+{
+    const Lock lock(mutex_);
+    return listedRange_;
+}
+
 QString FakeTalod::introspect(const QString &) const
 {
     return QString();
@@ -172,9 +178,10 @@ QVariantList FakeTalod::answer(const QString &method, const QVariantList &argume
     return {};
 }
 
-QVariantList FakeTalod::report(const QString &method, const QVariantList &arguments) const
+QVariantList FakeTalod::report(const QString &method, const QVariantList &arguments)
 {
     if (method == QLatin1String("List")) {
+        listedRange_ = QStringList{arguments.at(0).toString(), arguments.at(1).toString()};
         const bool none = reports_.isEmpty();
         return {none ? 204 : 0, QVariant::fromValue(reports_)};
     }

@@ -28,7 +28,7 @@ public:
     // As if the process had been killed.
     void die();
 
-    // Methods are called by name; an error set for one is answered instead of all else.
+    // Answers the calls of a method with an error.
     void refuse(const QString &method, const QString &errorName, const QString &text);
     // Takes the calls of a method and never answers.
     void keepSilent(const QString &method);
@@ -40,21 +40,22 @@ public:
     // Key, and the whole text that is read.
     void setReports(const QList<interface::ReportEntry> &reports, const QString &text);
     void setQuarantine(const interface::QuarantineList &objects);
-    // Stop ends the job with this; by default it ends as stopped.
+    // A stop leaves the job stopping instead of stopped.
     void setIgnoresStop(bool ignores);
 
-    // Names of the methods that were called, with the arguments worth knowing.
+    // Names of the methods that were called, in order.
     QStringList calls() const;
     int callsOf(const QString &method) const;
     QByteArray startedPath() const;
     uint startedKind() const;
+    QStringList listedRange() const; // of the reports asked for last
 
     QString introspect(const QString &path) const override;
     bool handleMessage(const QDBusMessage &message, const QDBusConnection &connection) override;
 
 private:
     QVariantList answer(const QString &method, const QVariantList &arguments);
-    QVariantList report(const QString &method, const QVariantList &arguments) const;
+    QVariantList report(const QString &method, const QVariantList &arguments);
     QVariantList progressFrom(uint first);
 
     mutable std::mutex mutex_;
@@ -70,6 +71,7 @@ private:
     QStringList silent_;
     QStringList calls_;
     QByteArray startedPath_;
+    QStringList listedRange_;
     uint startedKind_ = 0;
     bool ignoresStop_ = false;
 };
