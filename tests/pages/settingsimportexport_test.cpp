@@ -56,6 +56,7 @@ private slots:
     void failureKeepsThePath();
     void cancelKeepsTheChoice_data();
     void cancelKeepsTheChoice();
+    void pathsAreApart_data();
     void pathsAreApart();
     void fileMayBeChosen();
 
@@ -280,12 +281,20 @@ void SettingsImportExportTest::cancelKeepsTheChoice()
     QCOMPARE(engineCalls().first(), function + " /tmp");
 }
 
+void SettingsImportExportTest::pathsAreApart_data()
+{
+    addWays();
+}
+
 void SettingsImportExportTest::pathsAreApart()
 {
-    QCOMPARE(choose("EXPORT", "/tmp", Told::Something).fault, QString());
-    const Outcome outcome = choose("IMPORT", "", Told::Something);
+    QFETCH(QString, verb);
+    const QString way = QTest::currentDataTag();
+    QCOMPARE(choose(way == "IMPORT" ? "EXPORT" : "IMPORT", "/tmp", Told::Something).fault,
+             QString());
+    const Outcome outcome = choose(way, "", Told::Something);
     QCOMPARE(outcome.fault, QString());
-    QCOMPARE(outcome.boxes.first().text, QString("Select path to import settings"));
+    QCOMPARE(outcome.boxes.first().text, QString("Select path to %1 settings").arg(verb));
 }
 
 void SettingsImportExportTest::fileMayBeChosen()

@@ -237,40 +237,39 @@ void SettingsPasswordTest::rightPasswordFlipsTheFlag_data()
 {
     QTest::addColumn<int>("status");
     QTest::addColumn<QStringList>("stored");
-    QTest::newRow("off to on") << 0 << QStringList{"libPassword::modifyPwdProtectionStatus 1"};
-    QTest::newRow("on to off") << 1 << QStringList{"libPassword::modifyPwdProtectionStatus 0"};
-    QTest::newRow("odd flag") << 7 << QStringList{};
+    QTest::addColumn<QList<bool>>("shown"); // by the switch, from the click on
+    QTest::newRow("off to on") << 0 << QStringList{"libPassword::modifyPwdProtectionStatus 1"}
+                               << QList<bool>{true, false, true};
+    QTest::newRow("on to off") << 1 << QStringList{"libPassword::modifyPwdProtectionStatus 0"}
+                               << QList<bool>{true};
+    QTest::newRow("odd flag") << 7 << QStringList{} << QList<bool>{true};
 }
 
 void SettingsPasswordTest::rightPasswordFlipsTheFlag()
 {
     QFETCH(int, status);
     QFETCH(QStringList, stored);
+    QFETCH(QList<bool>, shown);
     script(0, 0);
-    auto &engine = ScriptedEngine::instance();
-    engine.answer("libPassword::ValidatePassword", {0});
-    QPointer<QToolButton> button;
-    QList<bool> shown; // the switch when the flag is stored
-    engine.answer("libPassword::modifyPwdProtectionStatus",
-                  {0, {}, {}, {}, [&] { shown << button->isChecked(); }});
+    ScriptedEngine::instance().answer("libPassword::ValidatePassword", {0});
+    QList<bool> seen;
     Dialogs dialogs;
     QVERIFY(manage(dialogs, [&](QDialog *dialog) {
-        button = protection(dialog);
         script(0, status);
+        connect(protection(dialog), &QToolButton::toggled, dialog, [&](bool on) { seen << on; });
         dialogs.expectDialog([](QDialog *prompt) {
             QTest::keyClicks(prompt->findChild<QLineEdit *>(), "secret1");
             ScriptedEngine::instance().clearCalls();
-            QVERIFY(click(talo::test::button(prompt, "APPLY")));
+            QVERIFY(click(button(prompt, "APPLY")));
             QVERIFY(!prompt->isVisible());
             QCOMPARE(prompt->result(), int(QDialog::Accepted));
         });
-        QVERIFY(click(button));
-        QVERIFY(button->isChecked()); // whatever the flag is now
+        QVERIFY(click(protection(dialog)));
     }));
     QCOMPARE(dialogs.fault(), QString());
     QCOMPARE(engineCalls(),
              QStringList({"libPassword::ValidatePassword secret1", kStatus}) + stored);
-    QCOMPARE(shown.size(), stored.size());
+    QCOMPARE(seen, shown);
 }
 
 void SettingsPasswordTest::wrongPasswordKeepsPrompt()
