@@ -4,6 +4,9 @@ option(BUILD_TESTING "Build the tests" ON)
 set(TALO_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+set(CMAKE_CXX_STANDARD 17)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_POSITION_INDEPENDENT_CODE ON)
 set(CMAKE_RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/bin)
 set(CMAKE_LIBRARY_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/lib)
@@ -14,7 +17,6 @@ if(CCACHE AND NOT CMAKE_CXX_COMPILER_LAUNCHER)
 endif()
 
 add_library(talo_options INTERFACE)
-target_compile_features(talo_options INTERFACE cxx_std_17)
 set_target_properties(talo_options PROPERTIES INTERFACE_POSITION_INDEPENDENT_CODE ON)
 target_compile_options(talo_options INTERFACE
     -Wall -Wextra -Wpedantic -Werror -Wshadow

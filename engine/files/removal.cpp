@@ -27,8 +27,7 @@ std::string captureFolderName(const std::string &token)
 // race wins nothing that was not for the taking.
 bool recordsNoOwners(int folder)
 {
-    struct statfs system {
-    };
+    struct statfs system = {};
     if (fstatfs(folder, &system) != 0)
         return false;
     constexpr decltype(system.f_type) kExfat = 0x2011BAB0;
@@ -70,18 +69,13 @@ Error keptError(const Error &cause, const std::string &captureName)
 std::optional<Error> settle(int capture, int folder, const std::string &name,
                             const Identity &wanted, const std::string &captureName)
 {
-    struct stat captured {
-    };
-    Error error;
-    if (fstatat(capture, kCaptured, &captured, AT_SYMLINK_NOFOLLOW) != 0) {
-        error = systemError(errno);
-    } else if (identityOf(captured) != wanted) {
-        error = {ESTALE, "another file has its name now"};
-    } else if (unlinkat(capture, kCaptured, 0) == 0) {
+    struct stat captured = {};
+    const bool known = fstatat(capture, kCaptured, &captured, AT_SYMLINK_NOFOLLOW) == 0;
+    const bool meant = known && identityOf(captured) == wanted;
+    if (meant && unlinkat(capture, kCaptured, 0) == 0)
         return std::nullopt;
-    } else {
-        error = systemError(errno);
-    }
+    const Error error =
+        known && !meant ? Error{ESTALE, "another file has its name now"} : systemError(errno);
     if (const auto failure = putBack(capture, folder, name))
         return keptError(*failure, captureName);
     return error;
@@ -121,8 +115,7 @@ std::optional<Error> recoverCapture(int folder, const std::string &name, const I
         return capture.error();
     }
     std::optional<Error> error;
-    struct stat captured {
-    };
+    struct stat captured = {};
     if (fstatat(capture->get(), kCaptured, &captured, AT_SYMLINK_NOFOLLOW) == 0) {
         error = settle(capture->get(), folder, name, wanted, captureName);
         // Having put back what was not ours to remove is what was asked here.

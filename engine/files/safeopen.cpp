@@ -15,8 +15,7 @@ namespace
 
 int openWithoutLinks(int parent, const std::string &path, std::uint64_t flags)
 {
-    struct open_how how {
-    };
+    struct open_how how = {};
     how.flags = flags | O_CLOEXEC;
     how.resolve = RESOLVE_NO_SYMLINKS | RESOLVE_NO_MAGICLINKS;
     return static_cast<int>(syscall(SYS_openat2, parent, path.c_str(), &how, sizeof how));

@@ -13,8 +13,7 @@ namespace talo::files
 
 struct OpenedFile {
     UniqueFd fd;
-    struct stat status {
-    };
+    struct stat status = {};
 };
 
 // `parent` is a folder's descriptor or AT_FDCWD. No component of `path` may be a symbolic link.

@@ -17,6 +17,10 @@ void registerTypes()
     qDBusRegisterMetaType<ReportList>();
     qDBusRegisterMetaType<QuarantineEntry>();
     qDBusRegisterMetaType<QuarantineList>();
+    // The service's stubs look for the lists under the names that the descriptions give them.
+    qRegisterMetaType<RunningJobs>("talo::interface::RunningJobs");
+    qRegisterMetaType<ReportList>("talo::interface::ReportList");
+    qRegisterMetaType<QuarantineList>("talo::interface::QuarantineList");
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const ThreatFound &value)

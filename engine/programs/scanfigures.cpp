@@ -38,7 +38,7 @@ ScanFigures::ScanFigures(QWidget *parent)
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(6);
     files_ = addFigure(grid, 0, 0, QStringLiteral("Files scanned"));
-    data_ = addFigure(grid, 1, 0, QStringLiteral("Data scanned"));
+    data_ = addFigure(grid, 1, 0, QStringLiteral("Data done"));
     elapsed_ = addFigure(grid, 0, 2, QStringLiteral("Elapsed"));
     remaining_ = addFigure(grid, 1, 2, QStringLiteral("Remaining"));
     threats_ = addFigure(grid, 0, 4, QStringLiteral("Threats"));

@@ -232,6 +232,11 @@ void ScanWindow::askBeforeClosing()
     goOn->setObjectName(QStringLiteral("btnLetScanGoOn"));
     stopIt->setObjectName(QStringLiteral("btnStopScanAndClose"));
     keep->setObjectName(QStringLiteral("btnKeepScanWindow"));
+    // The style sheet's smallest width, made for OK and NO, would cut these texts off.
+    for (QAbstractButton *button : {goOn, stopIt, keep}) {
+        button->ensurePolished();
+        button->setMinimumWidth(button->fontMetrics().horizontalAdvance(button->text()) + 30);
+    }
     question_->setDefaultButton(goOn);
     question_->setEscapeButton(keep);
     question_->setAttribute(Qt::WA_DeleteOnClose);

@@ -11,7 +11,7 @@ namespace talo::programs
 namespace
 {
 
-constexpr qint64 kSecondsOfDay = 24 * 60 * 60;
+constexpr qint64 kSecondsOfDay = qint64{24} * 60 * 60;
 constexpr qint64 kOldDays = 7;
 
 QString ageWords(qint64 days)

@@ -107,8 +107,8 @@ void TerminalScan::showSummary(const QVariantMap &status)
     const SignatureWords words = describeSignatures(status, QDateTime::currentDateTimeUtc());
     console_.line(QStringLiteral("%1 %2 after %3.")
                       .arg(title(current_), endWords(end_.state), formatDuration(end_.elapsedMs)));
-    console_.line(row("Scanned:", formatCount(filesScanned(end_), "file", "files") +
-                                      QLatin1String(", ") + formatBytes(end_.bytesDone)));
+    console_.line(row("Scanned:", formatCount(filesScanned(end_), "file", "files")));
+    console_.line(row("Data done:", formatBytes(end_.bytesDone)));
     console_.line(row("Threats:", formatCount(end_.threats)));
     console_.line(row("Not scanned:", formatCount(filesNotScanned(end_), "file", "files")));
     console_.line(row("Signatures:", words.inUse));

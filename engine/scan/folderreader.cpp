@@ -13,7 +13,7 @@ namespace talo::scan
 namespace
 {
 
-constexpr std::size_t kBufferSize = 32 * 1024;
+constexpr std::size_t kBufferSize = 32768;
 
 } // namespace
 

@@ -2,6 +2,7 @@
 
 #include "files/printable.h"
 #include "scan/actions.h"
+#include "scan/counting.h"
 #include "scan/jobcontrol.h"
 #include "scan/quarantine.h"
 #include "scan/remaining.h"
@@ -33,8 +34,7 @@ std::vector<files::Identity> identitiesOf(const std::vector<std::string> &folder
 {
     std::vector<files::Identity> identities;
     for (const std::string &folder : folders) {
-        struct stat status {
-        };
+        struct stat status = {};
         if (stat(folder.c_str(), &status) == 0)
             identities.push_back(files::identityOf(status));
     }
@@ -140,6 +140,7 @@ private:
     std::string current_;
     Tally counted_;
     Totals totals_;
+    milliseconds preparation_{0}; // took so long
     RemainingTime remaining_;
     std::vector<Threat> threats_;
     std::size_t threatText_ = 0;
@@ -160,31 +161,11 @@ void Job::Impl::run()
     ended_.notify_all();
 }
 
-// Counts ahead of the scan what it will come to. Looking is so much faster than scanning that the
-// count is there soon.
 void Job::Impl::count()
 {
-    Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Count);
-    Tally counted;
-    while (control_.waitWhilePaused()) {
-        const Walk::Found found = walk.next();
-        switch (found.kind) {
-        case Walk::Kind::File:
-            add(counted, static_cast<std::uint64_t>(found.status.st_size));
-            break;
-        case Walk::Kind::Skipped:
-        case Walk::Kind::Error:
-            add(counted, 0);
-            break;
-        case Walk::Kind::Step:
-            break;
-        case Walk::Kind::End: {
-            const std::lock_guard<std::mutex> lock(mutex_);
-            counted_ = counted;
-            return;
-        }
-        }
-    }
+    const auto counted = countAhead(roots_, identitiesOf(settings_.leaveOut), control_);
+    const std::lock_guard<std::mutex> lock(mutex_);
+    counted_ = counted.value_or(Tally{});
 }
 
 Job::Impl::Outcome Job::Impl::scan()
@@ -197,6 +178,7 @@ Job::Impl::Outcome Job::Impl::scan()
     {
         const std::lock_guard<std::mutex> lock(mutex_);
         phase_ = JobPhase::Scanning;
+        preparation_ = control_.elapsed();
     }
     VerdictChain chain({}, source_->open(), settings_.options);
     Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Scan);
@@ -357,19 +339,21 @@ JobProgress Job::Impl::progress()
     progress.bytesTotal = counted_.bytes;
     progress.totals = totals_;
     progress.elapsed = control_.elapsed();
-    progress.remaining = phase_ == JobPhase::Ended
-                             ? milliseconds{0}
-                             : remaining_.estimate(sum(totals_), counted_, progress.elapsed);
+    if (phase_ == JobPhase::Ended)
+        progress.remaining = milliseconds{0};
+    else if (phase_ == JobPhase::Scanning)
+        progress.remaining =
+            remaining_.estimate(sum(totals_), counted_, progress.elapsed - preparation_);
     return progress;
 }
 
 std::vector<Threat> Job::Impl::threats(std::size_t from, std::size_t most) const
 {
     const std::lock_guard<std::mutex> lock(mutex_);
-    const std::size_t begin = std::min(from, threats_.size());
-    const std::size_t end = begin + std::min(most, threats_.size() - begin);
-    return {threats_.begin() + static_cast<std::ptrdiff_t>(begin),
-            threats_.begin() + static_cast<std::ptrdiff_t>(end)};
+    const auto begin =
+        threats_.begin() + static_cast<std::ptrdiff_t>(std::min(from, threats_.size()));
+    const auto left = static_cast<std::size_t>(threats_.end() - begin);
+    return {begin, begin + static_cast<std::ptrdiff_t>(std::min(most, left))};
 }
 
 Job::Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings,

@@ -14,13 +14,20 @@ void JobControl::pause()
 {
     setState(State::Paused);
 }
+
 void JobControl::resume()
 {
     setState(State::Running);
 }
+
 void JobControl::stop()
 {
     setState(State::Stopped);
+}
+
+void JobControl::end()
+{
+    setState(State::Ended);
 }
 
 JobControl::State JobControl::state() const

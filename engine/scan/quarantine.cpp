@@ -47,8 +47,7 @@ std::string fileNameOf(const std::string &id)
 files::Result<UniqueFd> openVault(const std::string &path)
 {
     UniqueFd folder(open(path.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC));
-    struct stat status {
-    };
+    struct stat status = {};
     if (!folder || fstat(folder.get(), &status) != 0)
         return Error{errno, "the quarantine cannot be opened: " + files::systemError(errno).text};
     if (status.st_uid != geteuid() || (status.st_mode & 0077u) != 0)
@@ -99,7 +98,7 @@ ObjectRecord recordOf(const Quarantine::Catch &file, const struct stat &status)
     record.arrival = std::time(nullptr);
     record.identity = files::identityOf(status);
     record.path = file.path;
-    record.threat = file.threat;
+    record.threat = file.threat.substr(0, kMaxThreatLength);
     return record;
 }
 
@@ -121,8 +120,7 @@ files::Result<UniqueFd> writeObject(int vault, const Quarantine::Catch &file,
         convertContent(Conversion::MakeInert, record, file.content, 0, object.get(), start);
     if (!hash)
         return hash.error();
-    struct stat after {
-    };
+    struct stat after = {};
     if (fstat(file.content, &after) != 0)
         return files::systemError(errno);
     if (after.st_size != before.st_size || !sameTime(after.st_mtim, before.st_mtim))
@@ -167,8 +165,7 @@ files::Result<Quarantine::Kept> Quarantine::take(const Catch &file)
     auto vault = openVault(folder_);
     if (!vault)
         return vault.error();
-    struct stat status {
-    };
+    struct stat status = {};
     if (fstat(file.content, &status) != 0)
         return files::systemError(errno);
     auto object = writeObject(vault->get(), file, status);
@@ -277,8 +274,7 @@ void Quarantine::expire(std::time_t before)
         return;
     for (const std::string &id : idsIn(vault->get())) {
         const auto object = openObject(vault->get(), id);
-        struct stat status {
-        };
+        struct stat status = {};
         if (!object || fstat(object->get(), &status) != 0)
             continue;
         // A record that cannot be read must not keep its object for ever.

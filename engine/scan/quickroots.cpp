@@ -127,8 +127,7 @@ public:
     // A link in a home may not lead the scan to what is not that user's.
     void addOwnedBy(uid_t owner, const std::string &path)
     {
-        struct stat status {
-        };
+        struct stat status = {};
         if (stat(path.c_str(), &status) == 0 && status.st_uid == owner)
             add(path);
     }
@@ -162,8 +161,7 @@ void addHomes(Roots &roots)
     const std::unique_ptr<DIR, int (*)(DIR *)> folder(opendir("/home"), &closedir);
     while (const dirent *entry = folder ? readdir(folder.get()) : nullptr) {
         const std::string path = std::string("/home/") + entry->d_name;
-        struct stat status {
-        };
+        struct stat status = {};
         if (entry->d_name[0] != '.' && stat(path.c_str(), &status) == 0)
             homes.emplace(status.st_uid, path);
     }

@@ -39,8 +39,7 @@ std::optional<Error> setAttributes(int fd, const ObjectRecord &record, Creation 
 {
     // The ids that the calling thread acts with; the C library would answer the same.
     const bool isOwner = record.owner == geteuid();
-    struct stat status {
-    };
+    struct stat status = {};
     bool done = fstat(fd, &status) == 0;
     // A folder may hand its own group down.
     if (done && isOwner && status.st_gid != record.group)

@@ -23,9 +23,8 @@ constexpr std::size_t kHashSize = 32;
 // magic, version, both lengths, key, content's hash and size; owner, group, mode; two times of two
 // numbers, arrival; device, inode.
 constexpr std::size_t kFixedSize = 8 + 3 * 4 + 2 * 32 + 8 + 3 * 4 + 5 * 8 + 2 * 8;
-constexpr std::size_t kMaxPath = 128 * 1024; // longer than any path that a scan reaches
-constexpr std::size_t kMaxThreat = 4096;
-constexpr std::size_t kChunk = 256 * 1024; // whole blocks of the cipher
+constexpr std::size_t kMaxPath = 131072; // longer than any path that a scan reaches
+constexpr std::size_t kChunk = 262144;   // whole blocks of the cipher
 
 class Writer
 {
@@ -207,8 +206,7 @@ std::optional<Error> writeRecord(int object, const ObjectRecord &record)
 
 Result<ObjectRecord> readRecord(int object)
 {
-    struct stat status {
-    };
+    struct stat status = {};
     if (fstat(object, &status) != 0)
         return files::systemError(errno);
     std::string text(kFixedSize, '\0');
@@ -223,7 +221,7 @@ Result<ObjectRecord> readRecord(int object)
         return damaged();
     const std::size_t pathLength = start.number(4);
     const std::size_t threatLength = start.number(4);
-    if (pathLength > kMaxPath || threatLength > kMaxThreat)
+    if (pathLength > kMaxPath || threatLength > kMaxThreatLength)
         return damaged();
 
     text.resize(encodedSize(pathLength, threatLength));
@@ -238,7 +236,7 @@ Result<ObjectRecord> readRecord(int object)
         return damaged();
 
     Reader in(text);
-    in.bytes(kMagic.size() + 3 * 4);
+    in.bytes(kMagic.size() + 3 * sizeof(std::uint32_t));
     ObjectRecord record = decodeFields(in, pathLength, threatLength);
     const auto size = static_cast<std::uint64_t>(status.st_size);
     if (!isPlausible(record) || size < text.size() || record.contentSize != size - text.size())

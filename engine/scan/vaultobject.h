@@ -35,6 +35,9 @@ struct ObjectRecord {
     std::string threat;
 };
 
+// Longer texts are no record.
+constexpr std::size_t kMaxThreatLength = 4096;
+
 // A fresh random key.
 ObjectKey newObjectKey();
 

@@ -181,8 +181,7 @@ Result<Walk::Found> Walk::visit(const std::shared_ptr<UniqueFd> &folder, const s
                                 unsigned char type, Place place)
 {
     if (type == DT_UNKNOWN) {
-        struct stat status {
-        };
+        struct stat status = {};
         if (fstatat(folder->get(), name.c_str(), &status, AT_SYMLINK_NOFOLLOW | AT_NO_AUTOMOUNT))
             return files::systemError(errno);
         type = IFTODT(status.st_mode);

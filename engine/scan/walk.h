@@ -40,9 +40,8 @@ public:
         Kind kind = Kind::End;
         std::string path; // bytes
         std::string reason;
-        files::UniqueFd fd; // of a File, when scanning
-        struct stat status {
-        };                                       // of a File
+        files::UniqueFd fd;                      // of a File, when scanning
+        struct stat status = {};                 // of a File
         std::shared_ptr<files::UniqueFd> folder; // where it lies, to work in by name
         std::string name;                        // in that folder
     };

@@ -8,6 +8,7 @@
 #include <QSocketNotifier>
 
 #include <csignal>
+#include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
@@ -51,8 +52,10 @@ void raiseFileLimit()
     rlimit limit{};
     if (getrlimit(RLIMIT_NOFILE, &limit) != 0)
         return;
-    if (geteuid() == 0 && limit.rlim_max < kWanted)
-        limit.rlim_max = kWanted;
+    // Root may raise the hard limit too, unless it is root of a container only.
+    const rlimit more{kWanted, kWanted};
+    if (geteuid() == 0 && limit.rlim_max < kWanted && setrlimit(RLIMIT_NOFILE, &more) == 0)
+        return;
     limit.rlim_cur = limit.rlim_max;
     if (setrlimit(RLIMIT_NOFILE, &limit) != 0)
         log(Level::Warning, "cannot raise the limit of open files");
@@ -117,5 +120,10 @@ int main(int argc, char *argv[])
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const ExitCode code = service.start();
-    return code == Done ? QCoreApplication::exec() : code;
+    if (code == Done)
+        QCoreApplication::exec();
+    service.stop();
+    // Everything worth keeping is on disk, and the workers end with this process. To wait for a
+    // large signature set that is being loaded just now would be for nothing.
+    std::_Exit(code);
 }

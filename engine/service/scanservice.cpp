@@ -298,7 +298,9 @@ void ScanService::shutDown()
         else if (entry.recorder)
             entry.recorder->ended(scan::JobEnd::Stopped, scan::Totals(), std::string());
     }
-    jobs_.clear();
+    for (auto &[number, entry] : jobs_)
+        if (entry.job)
+            entry.job->wait();
 }
 
 } // namespace talo::service

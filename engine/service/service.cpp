@@ -30,8 +30,13 @@ namespace talo::service
 namespace
 {
 
-constexpr std::time_t kDay = 24 * 60 * 60;
+constexpr std::time_t kDay = std::time_t{24} * 60 * 60;
 constexpr std::time_t kKeptInQuarantine = 30 * kDay;
+
+QString connectionName()
+{
+    return QStringLiteral("talod");
+}
 
 QString text(const char *name)
 {
@@ -40,18 +45,23 @@ QString text(const char *name)
 
 } // namespace
 
-Service::Service(Options options) : options_(std::move(options)), bus_(QStringLiteral("talod"))
+Service::Service(Options options) : options_(std::move(options)), bus_(connectionName())
 {
     interface::registerTypes();
 }
 
 Service::~Service()
 {
-    // No question comes in any more while the rooms close, in the opposite order of their opening.
-    QDBusConnection::disconnectFromBus(bus_.name());
+    stop();
+}
+
+void Service::stop()
+{
+    // No question comes in any more while the rooms close.
+    QDBusConnection::disconnectFromBus(connectionName());
     object_.reset();
-    scans_.reset();
-    housekeeper_.reset();
+    if (scans_)
+        scans_->shutDown();
 }
 
 ExitCode Service::start()
@@ -72,7 +82,7 @@ ExitCode Service::openBus()
                           "bus with --bus");
         return CannotStart;
     }
-    bus_ = QDBusConnection::connectToBus(address, bus_.name());
+    bus_ = QDBusConnection::connectToBus(address, connectionName());
     if (!bus_.isConnected()) {
         log(Level::Error, "cannot reach the bus at " + address.toStdString() + ": " +
                               bus_.lastError().message().toStdString());

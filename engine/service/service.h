@@ -44,10 +44,13 @@ class Service : public QObject
 
 public:
     explicit Service(Options options);
-    ~Service() override; // every scan is stopped and its report stored
+    ~Service() override;
 
     // Takes its place on the bus; on anything but Done the reason is in the log.
     ExitCode start();
+
+    // Leaves the bus, stops every scan and returns once their reports are stored.
+    void stop();
 
 private slots:
     void busLost();

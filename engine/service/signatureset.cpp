@@ -123,10 +123,16 @@ std::string versionOf(const std::string &folder, const Content &content)
 {
     std::string version;
     for (const std::string &file : content.official) {
-        const std::string number = officialVersion(folder + "/" + file);
-        if (!number.empty())
-            version +=
-                (version.empty() ? "" : ", ") + file.substr(0, file.find('.')) + " " + number;
+        std::string path = folder;
+        path.append("/").append(file);
+        const std::string number = officialVersion(path);
+        if (number.empty())
+            continue;
+        if (!version.empty())
+            version += ", ";
+        version.append(file, 0, file.find('.'));
+        version += ' ';
+        version += number;
     }
     return version.empty() && content.newest != 0 ? inNumbers(content.newest) : version;
 }

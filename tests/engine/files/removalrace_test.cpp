@@ -101,8 +101,7 @@ Tries removeFor(std::chrono::seconds time, const std::string &home, const std::s
             ++tries.refused;
         } else {
             ++tries.removed;
-            struct stat status {
-            };
+            struct stat status = {};
             fstat(file->fd.get(), &status);
             tries.wrong += status.st_nlink != 0;
         }

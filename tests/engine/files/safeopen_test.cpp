@@ -73,8 +73,7 @@ TEST_F(SafeOpen, leavesTheAccessTimeAlone)
     const auto file = openForReading(AT_FDCWD, folder_ / "a");
     char byte = 0;
     ASSERT_EQ(read(file->fd.get(), &byte, 1), 1);
-    struct stat status {
-    };
+    struct stat status = {};
     stat((folder_ / "a").c_str(), &status);
     EXPECT_EQ(status.st_atim.tv_sec, 1000);
 }

@@ -159,7 +159,7 @@ void TestScanWindow::showsNumbersForPeople()
     QCOMPARE(text("lblScanTitle"), QStringLiteral("Custom Scan"));
     QCOMPARE(child<ElidedLabel>("lblScanSub")->fullText(), QStringLiteral("Scanning /tmp"));
     QCOMPARE(figure(QStringLiteral("Files scanned")), QStringLiteral("12,345"));
-    QCOMPARE(figure(QStringLiteral("Data scanned")), QStringLiteral("1.4 GB"));
+    QCOMPARE(figure(QStringLiteral("Data done")), QStringLiteral("1.4 GB"));
     QCOMPARE(figure(QStringLiteral("Threats")), QStringLiteral("0"));
     QCOMPARE(figure(QStringLiteral("Not scanned")), QStringLiteral("5"));
 }
@@ -318,9 +318,9 @@ void TestScanWindow::saysThatTheServiceDied()
 
 void TestScanWindow::warnsOfOldSignatures()
 {
-    service_->setStatus(
-        {{QStringLiteral("signatureSet"), QStringLiteral("updated")},
-         {QStringLiteral("signatureTime"), QDateTime::currentSecsSinceEpoch() - 9 * 86400}});
+    service_->setStatus({{QStringLiteral("signatureSet"), QStringLiteral("updated")},
+                         {QStringLiteral("signatureTime"),
+                          QDateTime::currentSecsSinceEpoch() - qint64{9} * 86400}});
     openWith(progressIn(interface::Scanning));
     const auto warned = [this] {
         for (const QLabel *label : window_->findChildren<QLabel *>())

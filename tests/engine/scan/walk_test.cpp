@@ -39,7 +39,7 @@ void take(Harvest &harvest, const Walk::Found &found)
         harvest.bytes += static_cast<std::uint64_t>(found.status.st_size);
         break;
     case Kind::Skipped:
-        harvest.skipped[found.path] = found.reason;
+        EXPECT_TRUE(harvest.skipped.emplace(found.path, found.reason).second) << found.path;
         break;
     case Kind::Error:
         harvest.errors[found.path] = found.reason;
@@ -117,8 +117,7 @@ TEST_F(WalkTest, givesTheFileOpenAndItsFolder)
     while (found = walk.next(), found.kind == Kind::Step) {
     }
     ASSERT_EQ(found.kind, Kind::File);
-    struct stat byName {
-    };
+    struct stat byName = {};
     ASSERT_EQ(fstatat(found.folder->get(), found.name.c_str(), &byName, 0), 0);
     EXPECT_EQ(byName.st_ino, found.status.st_ino);
     char text[8];
@@ -216,8 +215,7 @@ TEST_F(WalkTest, leavesOutOurOwnFolders)
     folder("own");
     file("own/x");
     file("a");
-    struct stat own {
-    };
+    struct stat own = {};
     stat((folder_ / "own").c_str(), &own);
     Harvest harvest =
         walkFrom({folder_.path()}, Walk::Purpose::Scan, {talo::files::identityOf(own)});
@@ -261,6 +259,7 @@ TEST_F(WalkTest, goesOnWithEachFolderOfADeepTreeWhereItLeft)
     for (int i = 0; i < 200; ++i) {
         for (const char *name : {"a", "b", "c", "d", "e"})
             ASSERT_TRUE(UniqueFd(openat(at.get(), name, O_WRONLY | O_CREAT | O_CLOEXEC, 0644)));
+        ASSERT_EQ(symlinkat("a", at.get(), "link"), 0);
         ASSERT_EQ(mkdirat(at.get(), "other", 0755), 0);
         ASSERT_TRUE(UniqueFd(openat(at.get(), "other/f", O_WRONLY | O_CREAT | O_CLOEXEC, 0644)));
         ASSERT_EQ(mkdirat(at.get(), "on", 0755), 0);
@@ -268,6 +267,7 @@ TEST_F(WalkTest, goesOnWithEachFolderOfADeepTreeWhereItLeft)
     }
     const Harvest harvest = walkFrom({folder_.path()});
     EXPECT_EQ(harvest.files.size(), 200u * 6);
+    EXPECT_EQ(harvest.skipped.size(), 200u);
     EXPECT_TRUE(harvest.errors.empty());
 }
 

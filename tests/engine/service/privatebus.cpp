@@ -36,11 +36,13 @@ PrivateBus::PrivateBus()
     QFile file(config);
     if (!file.open(QIODevice::WriteOnly))
         return;
-    file.write(QStringLiteral("<busconfig><type>session</type><listen>unix:path=%1/bus</listen>"
-                              "<auth>EXTERNAL</auth><policy context='default'><allow user='*'/>"
-                              "<allow send_destination='*'/><allow own='*'/></policy></busconfig>")
-                   .arg(folder_.path())
-                   .toUtf8());
+    file.write(
+        QStringLiteral("<busconfig><type>session</type><listen>unix:path=%1/bus</listen>"
+                       "<auth>EXTERNAL</auth><policy context='default'><allow user='*'/>"
+                       "<allow send_destination='*'/><allow receive_sender='*'/><allow own='*'/>"
+                       "</policy></busconfig>")
+            .arg(folder_.path())
+            .toUtf8());
     file.close();
     daemon_ = std::make_unique<Program>();
     daemon_->start(QStringLiteral("dbus-daemon"),

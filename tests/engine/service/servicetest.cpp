@@ -23,11 +23,10 @@ QByteArray eicar()
     return QByteArray("X5O!P%@AP[4\\PZX54(P^)7CC)7}$EICAR-STANDARD-") + "ANTIVIRUS-TEST-FILE!$H+H*";
 }
 
-void write(const QString &path, const QByteArray &content)
+bool write(const QString &path, const QByteArray &content)
 {
     QFile file(path);
-    QVERIFY(file.open(QIODevice::WriteOnly));
-    QCOMPARE(file.write(content), qint64(content.size()));
+    return file.open(QIODevice::WriteOnly) && file.write(content) == content.size();
 }
 
 } // namespace
@@ -61,8 +60,8 @@ private slots:
     void explainsItsOptions();
 
 private:
-    void start(const QStringList &options);
-    void startWithStuckWorker();
+    bool start(const QStringList &options);
+    bool startWithStuckWorker();
     QDBusMessage scan(const char *method, const QVariantList &arguments = {});
     uint begin(const QString &path);
     ScanProgress progress(uint job);
@@ -89,7 +88,7 @@ void ServiceTest::init()
     QVERIFY(QDir().mkpath(set));
     // The workers read the set as another user.
     QVERIFY(QFile::setPermissions(folder_->path(), QFile::Permissions(0x7755)));
-    write(set + "/test.ndb", "Talo.Test.Eicar:0:0:" + eicar().toHex() + "\n");
+    QVERIFY(write(set + "/test.ndb", "Talo.Test.Eicar:0:0:" + eicar().toHex() + "\n"));
     signatures_ = QStringList{"--signatures", set};
     bus_ = std::make_unique<PrivateBus>();
     QVERIFY(!bus_->address().isEmpty());
@@ -104,19 +103,19 @@ void ServiceTest::cleanup()
     folder_.reset();
 }
 
-void ServiceTest::start(const QStringList &options)
+bool ServiceTest::start(const QStringList &options)
 {
     service_ = startService(*bus_, folder_->filePath("state"), options);
-    QVERIFY(service_ != nullptr);
+    return service_ != nullptr;
 }
 
-// A worker that never says a word: jobs stay as they are.
-void ServiceTest::startWithStuckWorker()
+// A worker that listens for ever and never says a word: jobs stay as they are.
+bool ServiceTest::startWithStuckWorker()
 {
     const QString worker = folder_->filePath("worker");
-    write(worker, "#!/bin/sh\nexec sleep 60\n");
-    QVERIFY(QFile::setPermissions(worker, QFile::Permissions(0x7755)));
-    start(signatures_ + QStringList{"--worker", worker});
+    return write(worker, "#!/bin/sh\nexec cat <&3\n") &&
+           QFile::setPermissions(worker, QFile::Permissions(0x7755)) &&
+           start(signatures_ + QStringList{"--worker", worker});
 }
 
 QDBusMessage ServiceTest::scan(const char *method, const QVariantList &arguments)
@@ -153,7 +152,7 @@ QStringList ServiceTest::reportTexts()
 
 void ServiceTest::describesItself()
 {
-    start(signatures_);
+    QVERIFY(start(signatures_));
     const QDBusReply<QVariantMap> reply = ask(caller_, kStatus, "GetStatus");
     QVERIFY2(reply.isValid(), qPrintable(reply.error().message()));
     const QVariantMap status = reply.value();
@@ -169,7 +168,7 @@ void ServiceTest::describesItself()
 
 void ServiceTest::answersOfAnEmptyStore()
 {
-    start(signatures_);
+    QVERIFY(start(signatures_));
     const auto code = [](const QDBusMessage &reply) { return reply.arguments().value(0).toInt(); };
     QCOMPARE(code(ask(caller_, kReports, "List", {QString(), QString()})), 204);
     QCOMPARE(code(ask(caller_, kReports, "List", {"2026:7:4", "2026:7:3"})), 205);
@@ -211,14 +210,14 @@ void ServiceTest::refusesWrongArguments()
     QFETCH(uint, kind);
     QFETCH(QByteArray, path);
     QFETCH(QString, error);
-    start(signatures_);
+    QVERIFY(start(signatures_));
     QCOMPARE(scan("Start", {kind, path}).errorName(), error);
     QVERIFY(QDBusReply<RunningJobs>(scan("Running")).value().isEmpty());
 }
 
 void ServiceTest::knowsNoOtherJobs()
 {
-    start(signatures_);
+    QVERIFY(start(signatures_));
     for (const char *method : {"Pause", "Resume", "Stop"})
         QCOMPARE(scan(method, {7U}).errorName(), QString(kErrorNotFound));
     QCOMPARE(scan("Progress", {7U, 0U}).errorName(), QString(kErrorNotFound));
@@ -226,7 +225,7 @@ void ServiceTest::knowsNoOtherJobs()
 
 void ServiceTest::limitsItsJobs()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     const QString place = folder_->filePath("set");
     for (uint number = 1; number <= 4; ++number)
         QCOMPARE(begin(place), number);
@@ -242,7 +241,7 @@ void ServiceTest::limitsItsJobs()
 
 void ServiceTest::allowsOneFullAndOneQuickScan()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     for (const uint kind : {uint(FullScan), uint(QuickScan)}) {
         QVERIFY(QDBusReply<uint>(scan("Start", {kind, QByteArray("/")})).isValid());
         QCOMPARE(scan("Start", {kind, QByteArray("/")}).errorName(), QString(kErrorRunning));
@@ -251,11 +250,11 @@ void ServiceTest::allowsOneFullAndOneQuickScan()
 
 void ServiceTest::scansReportsAndQuarantines()
 {
-    start(signatures_);
+    QVERIFY(start(signatures_));
     const QString place = folder_->filePath("place");
     QVERIFY(QDir().mkpath(place));
-    write(place + "/clean.txt", "nothing here");
-    write(place + "/one,two#three\nfour", eicar());
+    QVERIFY(write(place + "/clean.txt", "nothing here"));
+    QVERIFY(write(place + "/one,two#three\nfour", eicar()));
     const uint job = begin(place);
     QVERIFY(job != 0);
     const ScanProgress end = waitForEnd(job);
@@ -291,7 +290,7 @@ void ServiceTest::scansReportsAndQuarantines()
 
 void ServiceTest::goesOnWhenTheCallerHasGone()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     QDBusConnection other = bus_->connect("other");
     QVERIFY(ask(other, kScan, "Start", {uint(CustomScan), QByteArray("/etc/passwd")}).type() ==
             QDBusMessage::ReplyMessage);
@@ -302,7 +301,7 @@ void ServiceTest::goesOnWhenTheCallerHasGone()
 
 void ServiceTest::stopsAPausedJob()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     const uint job = begin(folder_->filePath("set"));
     QCOMPARE(scan("Pause", {job}).type(), QDBusMessage::ReplyMessage);
     QCOMPARE(scan("Resume", {job}).type(), QDBusMessage::ReplyMessage);
@@ -319,13 +318,13 @@ void ServiceTest::stopsAPausedJob()
 
 void ServiceTest::closesTheReportOfAKilledScan()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     QVERIFY(begin(folder_->filePath("set")) != 0);
     QCOMPARE(reportTexts(), QStringList());
     service_->kill();
     QVERIFY(service_->waitForFinished());
     QTRY_VERIFY(!bus_->owned());
-    start(signatures_);
+    QVERIFY(start(signatures_));
     const QStringList texts = reportTexts();
     QCOMPARE(texts.size(), 1);
     QVERIFY2(texts[0].contains("Result: Interrupted"), qPrintable(texts[0]));
@@ -338,14 +337,14 @@ void ServiceTest::leavesNoHalfReportWhereverItIsKilled()
     for (const int threats : {0, 1, 5, 20, 40}) {
         QVERIFY(QDir().mkpath(place));
         for (int file = 0; file < 40; ++file)
-            write(place + QString("/%1").arg(file), eicar());
-        start(signatures_);
+            QVERIFY(write(place + QString("/%1").arg(file), eicar()));
+        QVERIFY(start(signatures_));
         const uint job = begin(place);
         QTRY_VERIFY_WITH_TIMEOUT(progress(job).threats >= uint(threats), 60000);
         service_->kill();
         QVERIFY(service_->waitForFinished());
         QTRY_VERIFY(!bus_->owned());
-        start(signatures_);
+        QVERIFY(start(signatures_));
         const QStringList texts = reportTexts();
         QCOMPARE(texts.size(), ++before);
         const int listed = texts[0].count("    Threat: ");
@@ -359,13 +358,13 @@ void ServiceTest::leavesNoHalfReportWhereverItIsKilled()
 
 void ServiceTest::storesReportsWhenItIsTerminated()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     QVERIFY(begin(folder_->filePath("set")) != 0);
     service_->terminate();
     QVERIFY(service_->waitForFinished());
     QCOMPARE(service_->exitStatus(), QProcess::NormalExit);
     QCOMPARE(service_->exitCode(), 0);
-    start(signatures_);
+    QVERIFY(start(signatures_));
     const QStringList texts = reportTexts();
     QCOMPARE(texts.size(), 1);
     // It was not the user who stopped it; and unlike after a kill the numbers are known.
@@ -375,7 +374,7 @@ void ServiceTest::storesReportsWhenItIsTerminated()
 
 void ServiceTest::leavesWithItsBus()
 {
-    startWithStuckWorker();
+    QVERIFY(startWithStuckWorker());
     QVERIFY(begin(folder_->filePath("set")) != 0);
     bus_->stop();
     QVERIFY(service_->waitForFinished());
@@ -385,7 +384,7 @@ void ServiceTest::leavesWithItsBus()
 
 void ServiceTest::refusesASecondOfItsKind()
 {
-    start(signatures_);
+    QVERIFY(start(signatures_));
     Program second;
     second.start(built("bin/talod"),
                  {"--bus", bus_->address(), "--state", folder_->filePath("other")});
@@ -406,7 +405,7 @@ void ServiceTest::refusesOtherUsers()
 {
     if (geteuid() != 0)
         QSKIP("only root can call as another user");
-    start(signatures_);
+    QVERIFY(start(signatures_));
     const QList<QStringList> calls{
         {QString(kStatus) + ".GetStatus"},
         {QString(kScan) + ".Start", "uint32:2", "array:byte:47"},

@@ -1,0 +1,142 @@
+// The part of a crew that hands out files and watches the time they take.
+#include "poolcrew.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace talo::scan
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+constexpr std::size_t kFilesAhead = 4;
+constexpr std::uint64_t kBytesAhead = 1u << 20;
+// The time that grows with a file's size.
+constexpr std::uint64_t kBytesPerSecond = 4u << 20;
+constexpr auto kStartTime = 30s;
+// How long a worker may stay with a file that nobody waits for any more.
+constexpr auto kGrace = 400ms;
+
+} // namespace
+
+void PoolCrew::feed(TimePoint now)
+{
+    if (phase_ != Phase::Serving)
+        return;
+    for (std::uint32_t slot = 0; slot < workers_.size() && phase_ == Phase::Serving; ++slot) {
+        Worker &worker = workers_[slot];
+        if (worker.state == State::Absent && worker.notBefore <= now)
+            startWorker(slot, now);
+        else if (worker.state == State::Ready && !worker.leaving)
+            giveFiles(slot, now);
+    }
+}
+
+void PoolCrew::startWorker(std::uint32_t slot, TimePoint now)
+{
+    Worker &worker = workers_[slot];
+    worker.doom.clear();
+    int ends[2];
+    if (socketpair(AF_UNIX, SOCK_SEQPACKET | SOCK_CLOEXEC, 0, ends) != 0) {
+        worker.notBefore = now + 1s; // out of descriptors: it passes
+        return;
+    }
+    worker.socket.reset(ends[0]);
+    const files::UniqueFd theirs(ends[1]);
+    protocol::Fork fork;
+    fork.slot = slot;
+    fork.generation = ++worker.generation;
+    if (!protocol::send(server_->control(), fork, MSG_DONTWAIT, theirs.get())) {
+        worker.socket.reset();
+        worker.notBefore = now + 100ms; // the server is busy, or ending, which its socket tells
+        return;
+    }
+    worker.state = State::Starting;
+    worker.confined = false;
+    worker.confirmBy = now + kStartTime;
+}
+
+void PoolCrew::giveFiles(std::uint32_t slot, TimePoint now)
+{
+    Worker &worker = workers_[slot];
+    const auto send = [&](const Task &task) {
+        protocol::Scan scan;
+        scan.id = lastId_ + 1;
+        scan.size = task.size;
+        scan.options = (task.options.archives ? protocol::kLookIntoArchives : 0) |
+                       (task.options.packed ? protocol::kUnpackExecutables : 0);
+        if (!protocol::send(worker.socket.get(), scan, MSG_DONTWAIT, task.fd))
+            return false;
+        if (worker.given.empty())
+            worker.frontSince = now;
+        worker.given.push_back({task, ++lastId_});
+        worker.givenSize += task.size;
+        return true;
+    };
+    // Some files ahead keep a worker from idling between two; behind a large one they would only
+    // wait longer than with another worker.
+    for (;;) {
+        const std::uint64_t allowance = worker.given.empty()
+                                            ? ~std::uint64_t{0}
+                                            : kBytesAhead - std::min(worker.givenSize, kBytesAhead);
+        if (worker.given.size() >= kFilesAhead || allowance == 0 ||
+            !queue_.hand(slot, allowance, send))
+            return;
+    }
+}
+
+TimePoint PoolCrew::fileDeadline(const Worker &worker, std::string &doom) const
+{
+    const Task &task = worker.given.front().task;
+    TimePoint cancelled;
+    if (queue_.isVoid(task, cancelled))
+        return std::max(cancelled, worker.frontSince) + kGrace;
+    const auto allowed =
+        config_.fileTime + std::chrono::seconds(static_cast<long>(task.size / kBytesPerSecond));
+    const auto seconds = std::chrono::ceil<std::chrono::seconds>(allowed).count();
+    doom = "took longer than " + std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
+    return worker.frontSince + allowed;
+}
+
+void PoolCrew::enforceDeadlines(TimePoint now)
+{
+    if (phase_ == Phase::Loading && phaseDeadline_ <= now)
+        fail("the signatures did not load within 5 minutes");
+    if (phase_ == Phase::Ending && phaseDeadline_ <= now)
+        lose();
+    for (std::uint32_t slot = 0; slot < workers_.size(); ++slot) {
+        Worker &worker = workers_[slot];
+        std::string doom;
+        if (worker.state == State::Ready && !worker.given.empty() &&
+            fileDeadline(worker, doom) <= now)
+            dismiss(slot, doom.empty() ? "nobody waits for it any more" : doom);
+        else if (worker.state == State::Starting && worker.confirmBy <= now)
+            dismiss(slot, {});
+        else if (worker.state == State::Gone && worker.confirmBy <= now) {
+            lose(); // a server that does not end its workers is of no use
+            return;
+        }
+    }
+}
+
+TimePoint PoolCrew::nextDeadline() const
+{
+    TimePoint next = TimePoint::max();
+    if (phase_ == Phase::Loading || phase_ == Phase::Ending)
+        next = phaseDeadline_;
+    for (const Worker &worker : workers_) {
+        std::string ignored;
+        if (worker.state == State::Ready && !worker.given.empty())
+            next = std::min(next, fileDeadline(worker, ignored));
+        else if (worker.state == State::Gone || worker.state == State::Starting)
+            next = std::min(next, worker.confirmBy);
+        else if (worker.state == State::Absent && phase_ == Phase::Serving)
+            next = std::min(next, worker.notBefore);
+    }
+    return next;
+}
+
+} // namespace talo::scan

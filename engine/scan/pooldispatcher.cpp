@@ -1,0 +1,226 @@
+#include "pooldispatcher.h"
+
+#include <algorithm>
+#include <chrono>
+
+namespace talo::scan
+{
+
+namespace
+{
+
+using namespace std::chrono_literals;
+
+// For so long a failure to load answers every file at once; the next one then tries again.
+constexpr auto kFailureHolds = 5s;
+constexpr unsigned kMostLosses = 3;
+
+} // namespace
+
+PoolDispatcher::PoolDispatcher(PoolConfig config, unsigned workers, PoolQueue &queue)
+    : config_(std::move(config))
+    , workers_(workers)
+    , queue_(queue)
+    , idleSince_(Clock::now())
+    , thread_(&PoolDispatcher::run, this)
+{
+}
+
+PoolDispatcher::~PoolDispatcher()
+{
+    thread_.join();
+}
+
+void PoolDispatcher::run()
+{
+    for (;;) {
+        const TimePoint now = Clock::now();
+        judgeCrew(now); // first, for it may fulfil a wish
+        const PoolQueue::Wishes wishes = queue_.wishes();
+        if (wishes.end)
+            break;
+        followWishes(wishes, now);
+        if (crew_)
+            crew_->feed(now);
+        endRetired(now);
+        waitForEvents(nextDeadline());
+    }
+    endAll();
+}
+
+void PoolDispatcher::waitForEvents(TimePoint until)
+{
+    std::vector<pollfd> watched{{queue_.wakeUp(), POLLIN, 0}};
+    if (crew_)
+        crew_->watch(watched);
+    for (const auto &crew : retired_)
+        crew->watch(watched);
+    int timeout = -1;
+    if (until != TimePoint::max()) {
+        const auto wait =
+            std::chrono::ceil<std::chrono::milliseconds>(until - Clock::now()).count();
+        timeout = static_cast<int>(std::clamp<long long>(wait, 0, 3'600'000));
+    }
+    if (poll(watched.data(), watched.size(), timeout) < 0)
+        return; // interrupted; nothing in `watched` is to be trusted
+    const pollfd *events = watched.data() + 1;
+    if (crew_)
+        events = crew_->handle(events);
+    for (const auto &crew : retired_)
+        events = crew->handle(events);
+    const TimePoint now = Clock::now();
+    if (crew_)
+        crew_->enforceDeadlines(now);
+    for (const auto &crew : retired_)
+        crew->enforceDeadlines(now);
+}
+
+void PoolDispatcher::judgeCrew(TimePoint now)
+{
+    if (!crew_)
+        return;
+    switch (crew_->phase()) {
+    case PoolCrew::Phase::Serving:
+        if (!announced_)
+            queue_.publish(LoadState::Loaded, crew_->signatures(), {});
+        announced_ = true;
+        break;
+    case PoolCrew::Phase::Failed: {
+        const std::string reason = crew_->failure();
+        crew_.reset();
+        failLoad(reason, now);
+        break;
+    }
+    case PoolCrew::Phase::Lost:
+        losses_ = crew_->answered() ? 1 : losses_ + 1;
+        crew_.reset();
+        if (losses_ >= kMostLosses) {
+            failLoad("the scan workers ended repeatedly", now);
+        } else {
+            queue_.publish(LoadState::Unloaded, 0, {});
+            startNotBefore_ = now + 100ms * (losses_ - 1);
+        }
+        break;
+    case PoolCrew::Phase::Loading:
+    case PoolCrew::Phase::Ending:
+        break;
+    }
+}
+
+void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now)
+{
+    const bool changed = wishes.folderChanges != folderChanges_;
+    if (changed) {
+        failureHolds_ = now;
+        losses_ = 0;
+        folderChanges_ = wishes.folderChanges;
+        // What was loaded is loaded again, so that the next file need not wait for it.
+        wantCrew_ = crew_ != nullptr;
+        retireCrew();
+    }
+    if (wishes.load)
+        wantCrew_ = true;
+    if (wishes.waiting) {
+        if (now < failureHolds_ && !wantCrew_)
+            queue_.failWaiting(failure_);
+        else
+            wantCrew_ = true;
+    }
+    if (crew_ && wishes.load && announced_)
+        queue_.publish(LoadState::Loaded, crew_->signatures(), {});
+
+    if (crew_) {
+        wantCrew_ = false;
+        if (wishes.waiting || wishes.load || crew_->busy() || !announced_)
+            idleSince_ = now;
+        else if (now - idleSince_ >= config_.idleUnload)
+            retireCrew();
+    } else if (wantCrew_ && startNotBefore_ <= now) {
+        startCrew(wishes, now);
+    }
+}
+
+void PoolDispatcher::startCrew(const PoolQueue::Wishes &wishes, TimePoint now)
+{
+    std::string failure;
+    auto server = PoolServer::start(config_, workers_, wishes.folder, failure);
+    if (!server) {
+        failLoad(failure, now);
+        return;
+    }
+    crew_ = std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server));
+    wantCrew_ = false;
+    announced_ = false;
+    idleSince_ = now;
+    queue_.publish(LoadState::Loading, 0, {});
+}
+
+void PoolDispatcher::failLoad(const std::string &reason, TimePoint now)
+{
+    failure_ = reason;
+    failureHolds_ = now + kFailureHolds;
+    wantCrew_ = false;
+    losses_ = 0;
+    queue_.publish(LoadState::Failed, 0, reason);
+    queue_.failWaiting(reason);
+}
+
+void PoolDispatcher::retireCrew()
+{
+    if (!crew_)
+        return;
+    retired_.push_back(std::move(crew_));
+    announced_ = false;
+    queue_.publish(LoadState::Unloaded, 0, {});
+}
+
+void PoolDispatcher::endRetired(TimePoint now)
+{
+    for (const auto &crew : retired_)
+        if (crew->phase() == PoolCrew::Phase::Loading ||
+            (crew->phase() == PoolCrew::Phase::Serving && !crew->busy()))
+            crew->end(now);
+    retired_.erase(std::remove_if(retired_.begin(), retired_.end(),
+                                  [](const auto &crew) {
+                                      return crew->phase() == PoolCrew::Phase::Lost ||
+                                             crew->phase() == PoolCrew::Phase::Failed;
+                                  }),
+                   retired_.end());
+}
+
+void PoolDispatcher::endAll()
+{
+    if (crew_)
+        retired_.push_back(std::move(crew_));
+    const TimePoint now = Clock::now();
+    for (const auto &crew : retired_) {
+        crew->failFiles("the scan engine was ended");
+        if (crew->phase() == PoolCrew::Phase::Serving)
+            crew->end(now);
+    }
+    // A server that is still loading does not listen; it is killed with what it has forked:
+    // nothing.
+    const auto ended = [](const auto &crew) { return crew->phase() != PoolCrew::Phase::Ending; };
+    for (;;) {
+        retired_.erase(std::remove_if(retired_.begin(), retired_.end(), ended), retired_.end());
+        if (retired_.empty())
+            return;
+        waitForEvents(nextDeadline());
+    }
+}
+
+TimePoint PoolDispatcher::nextDeadline() const
+{
+    TimePoint next = TimePoint::max();
+    if (crew_)
+        next = crew_->nextDeadline();
+    if (crew_ && announced_ && !crew_->busy())
+        next = std::min(next, idleSince_ + config_.idleUnload);
+    if (!crew_ && wantCrew_)
+        next = std::min(next, startNotBefore_);
+    for (const auto &crew : retired_)
+        next = std::min(next, crew->nextDeadline());
+    return next;
+}
+
+} // namespace talo::scan

@@ -1,0 +1,23 @@
+// What a worker cannot do, whatever a hostile file makes of it.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+namespace talo::worker
+{
+
+struct Limits {
+    std::uint64_t addressSpace = 0; // in all, bytes
+    std::uint64_t fileSize = 0;
+};
+
+// The three together; each says why it failed, or nothing. Not to be undone.
+std::string limitResources(const Limits &limits);
+std::string confineToFolder(int folder); // the file system; nothing where the kernel cannot
+std::string filterSystemCalls();
+
+// This process's address space in bytes; 0 where it cannot be told.
+std::uint64_t addressSpace();
+
+} // namespace talo::worker

@@ -1,0 +1,50 @@
+#include "confinement.h"
+
+#include <cerrno>
+#include <csignal>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <sys/resource.h>
+#include <unistd.h>
+
+namespace talo::worker
+{
+
+std::string limitResources(const Limits &limits)
+{
+    // No limit on processor time: it would count over all files of a worker's life. The pool
+    // watches the time of each file.
+    const struct {
+        __rlimit_resource resource;
+        rlim_t most;
+    } kLimits[] = {
+        {RLIMIT_CORE, 0},
+        {RLIMIT_NPROC, 0},
+        {RLIMIT_NOFILE, 256},
+        {RLIMIT_FSIZE, limits.fileSize},
+        {RLIMIT_AS, limits.addressSpace},
+    };
+    for (const auto &limit : kLimits) {
+        const rlimit both{limit.most, limit.most};
+        if (setrlimit(limit.resource, &both) != 0)
+            return std::string("a resource limit cannot be set: ") + std::strerror(errno);
+    }
+    // A file that grows too large is an error of write() then, and the scan's outcome.
+    std::signal(SIGXFSZ, SIG_IGN);
+    return {};
+}
+
+std::uint64_t addressSpace()
+{
+    std::FILE *file = std::fopen("/proc/self/statm", "re");
+    if (!file)
+        return 0;
+    char line[64] = {};
+    const bool got = std::fgets(line, sizeof line, file) != nullptr;
+    std::fclose(file);
+    const unsigned long long pages = got ? std::strtoull(line, nullptr, 10) : 0;
+    return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+} // namespace talo::worker
