@@ -123,13 +123,12 @@ void ExcludeScanTest::isLaidOut()
 
     auto *middle = dialog_->findChild<QWidget *>("excludescanmiddle");
     QCOMPARE(middle->minimumSize(), QSize(400, 250));
+    const QString entryRow =
+        "row [spacing 20, widget QLabel, widget QTextEdit, widget QToolButton, spacing 20]";
     QCOMPARE(
         layoutOf(middle),
         QStringList({"spacing 10", "row [spacing 20, widget QLabel, widget QComboBox, spacing 20]",
-                     "spacing 5",
-                     "row [spacing 20, widget QLabel, widget QTextEdit, widget QToolButton, "
-                     "spacing 20]",
-                     "row [stretch, widget QLabel, stretch]",
+                     "spacing 5", entryRow, "row [stretch, widget QLabel, stretch]",
                      "row [stretch, widget QToolButton, stretch, widget QToolButton, stretch]",
                      "spacing 10"}));
     QVERIFY(isTight(middle));

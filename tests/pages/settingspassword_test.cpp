@@ -97,15 +97,13 @@ void SettingsPasswordTest::manageDialogIsLaidOut()
     Dialogs dialogs;
     QVERIFY(manage(dialogs, [](QDialog *dialog) {
         checkFrame(dialog);
+        const QString switchRow =
+            "row [stretch, widget lblPwdProtection, stretch, widget btnPwdConfig, stretch]";
+        const QString buttonRow = "row [spacing 20, widget dlgManagePwdBtns, stretch, "
+                                  "widget dlgManagePwdBtns, stretch, widget dlgManagePwdBtns, "
+                                  "stretch]";
         QCOMPARE(layoutOf(dialog),
-                 QStringList({"spacing 10",
-                              "row [stretch, widget lblPwdProtection, stretch, "
-                              "widget btnPwdConfig, stretch]",
-                              "spacing 20",
-                              "row [spacing 20, widget dlgManagePwdBtns, stretch, "
-                              "widget dlgManagePwdBtns, stretch, widget dlgManagePwdBtns, "
-                              "stretch]",
-                              "spacing 20"}));
+                 QStringList({"spacing 10", switchRow, "spacing 20", buttonRow, "spacing 20"}));
         auto *label = dialog->findChild<QLabel *>();
         QCOMPARE(label->text(), QString("Password protection"));
         QCOMPARE(alignmentOf(label), Qt::AlignLeft);
@@ -210,12 +208,11 @@ void SettingsPasswordTest::promptIsLaidOut()
             checkFrame(prompt);
             QCOMPARE(prompt->findChild<QLabel *>("lblValidatePwd")->text(),
                      QString("Please enter the password to\napply the changes"));
+            const QString buttonRow = "row [stretch, widget dlgManagePwdBtns, stretch, "
+                                      "widget dlgManagePwdBtns, stretch]";
             QCOMPARE(layoutOf(prompt),
                      QStringList({"spacing 5", "widget lblValidatePwd", "spacing 5",
-                                  "widget QLineEdit", "spacing 10",
-                                  "row [stretch, widget dlgManagePwdBtns, stretch, "
-                                  "widget dlgManagePwdBtns, stretch]",
-                                  "spacing 10"}));
+                                  "widget QLineEdit", "spacing 10", buttonRow, "spacing 10"}));
             auto *field = prompt->findChild<QLineEdit *>();
             QCOMPARE(field->minimumSize(), QSize(200, 30));
             QCOMPARE(field->maximumSize(), QSize(200, 30));
