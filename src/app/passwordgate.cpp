@@ -2,19 +2,12 @@
 #include "app/app.h"
 
 #include "engine/libpassword.h"
-#include "engine/product_registration.h"
 #include "pages/messages.h"
+#include "pages/passwordreset.h"
 
 #include <QDialog>
 #include <QLineEdit>
 #include <QToolButton>
-
-namespace
-{
-
-constexpr int kResetPasswordOperation = 70;
-
-} // namespace
 
 // Asks for the password where one guards the settings.
 bool TaloAntivirus_Linux_App::mayOpenSettings()
@@ -62,35 +55,5 @@ void TaloAntivirus_Linux_App::btnCancelPwdClicked()
 void TaloAntivirus_Linux_App::btnForgotPwdClicked()
 {
     prompt_.dialog->accept();
-    if (!talo::askYesNo(this, tr("Are you sure you want to reset the password? You will receive "
-                                 "the new password on your registerd email-id"))) {
-        return;
-    }
-    switch (product_registration(kResetPasswordOperation)) {
-    case 4097:
-    case 4166:
-        talo::showInformation(this, tr("Password has been sent on registered email."));
-        break;
-    case 101:
-        talo::showWarning(this, tr("No Internet connection was found. Please check your "
-                                   "connection and try again."));
-        break;
-    case -1:
-    case 1:
-    case 2:
-    case 3:
-    case 4:
-    case 5:
-    case 6:
-    case 7:
-    case 16:
-    case 17:
-    case 19:
-    case 20:
-    case 21:
-        talo::showWarning(this, tr("The password could not be reset. Please contact support."));
-        break;
-    default:
-        break;
-    }
+    talo::resetPassword(this, talo::FailedReset::Reported);
 }

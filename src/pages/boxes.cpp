@@ -27,4 +27,13 @@ QVBoxLayout *createColumn(QWidget *owner)
     return createTightBox<QVBoxLayout>(owner);
 }
 
+void addSpread(QHBoxLayout *row, std::initializer_list<QWidget *> widgets, Qt::Alignment alignment)
+{
+    row->addStretch(1);
+    for (QWidget *widget : widgets) {
+        row->addWidget(widget, 0, alignment);
+        row->addStretch(1);
+    }
+}
+
 } // namespace talo

@@ -8,7 +8,7 @@ namespace talo
 namespace
 {
 
-QString title()
+QString productTitle()
 {
     return QCoreApplication::translate("Messages", "TALO Antivirus");
 }
@@ -17,18 +17,28 @@ QString title()
 
 void showInformation(QWidget *parent, const QString &text)
 {
-    QMessageBox::information(parent, title(), text, QMessageBox::Ok);
+    showInformation(parent, productTitle(), text);
+}
+
+void showInformation(QWidget *parent, const QString &title, const QString &text)
+{
+    QMessageBox::information(parent, title, text, QMessageBox::Ok);
 }
 
 void showWarning(QWidget *parent, const QString &text)
 {
-    QMessageBox::warning(parent, title(), text, QMessageBox::Ok);
+    showWarning(parent, productTitle(), text);
+}
+
+void showWarning(QWidget *parent, const QString &title, const QString &text)
+{
+    QMessageBox::warning(parent, title, text, QMessageBox::Ok);
 }
 
 bool askYesNo(QWidget *parent, const QString &text)
 {
-    return QMessageBox::question(parent, title(), text, QMessageBox::Yes | QMessageBox::No) ==
-           QMessageBox::Yes;
+    return QMessageBox::question(parent, productTitle(), text,
+                                 QMessageBox::Yes | QMessageBox::No) == QMessageBox::Yes;
 }
 
 } // namespace talo

@@ -1,6 +1,8 @@
 #include "pages/passwordprompt.h"
 
 #include "pages/boxes.h"
+#include "pages/smalldialog.h"
+#include "pages/textbutton.h"
 
 #include <QBoxLayout>
 #include <QCoreApplication>
@@ -11,27 +13,10 @@
 
 namespace talo
 {
-namespace
-{
-
-QToolButton *createButton(QDialog *dialog, const QString &name, const QString &text)
-{
-    auto *button = new QToolButton(dialog);
-    button->setObjectName(name);
-    button->setText(text);
-    button->setCursor(Qt::PointingHandCursor);
-    return button;
-}
-
-} // namespace
 
 PasswordPrompt createPasswordPrompt(const PasswordPromptDesign &design)
 {
-    auto *dialog = new QDialog;
-    dialog->setObjectName("dlgManagePwd");
-    dialog->setFixedSize(350, 150);
-    dialog->setWindowFlags(Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
-    dialog->setContentsMargins(0, 0, 0, 0);
+    QDialog *dialog = createSmallDialog("dlgManagePwd");
 
     auto *label = new QLabel(design.text, dialog);
     label->setObjectName("lblValidatePwd");
@@ -43,21 +28,21 @@ PasswordPrompt createPasswordPrompt(const PasswordPromptDesign &design)
 
     QToolButton *forgot = nullptr;
     if (design.forgot == PasswordPromptDesign::Forgot::Offered) {
-        forgot = createButton(dialog, "btnForgotPwd",
-                              QCoreApplication::translate("PasswordPrompt", "Forgot password ?"));
+        forgot =
+            createTextButton(dialog, "btnForgotPwd",
+                             QCoreApplication::translate("PasswordPrompt", "Forgot password ?"));
     }
-    auto *apply = createButton(dialog, design.buttonName,
-                               QCoreApplication::translate("PasswordPrompt", "APPLY"));
-    auto *cancel = createButton(dialog, design.buttonName,
-                                QCoreApplication::translate("PasswordPrompt", "CANCEL"));
-    const bool applyFirst = design.order == PasswordPromptDesign::Order::ApplyFirst;
+    auto *apply = createTextButton(dialog, design.buttonName,
+                                   QCoreApplication::translate("PasswordPrompt", "APPLY"));
+    auto *cancel = createTextButton(dialog, design.buttonName,
+                                    QCoreApplication::translate("PasswordPrompt", "CANCEL"));
 
     auto *row = new QHBoxLayout;
-    row->addStretch(1);
-    row->addWidget(applyFirst ? apply : cancel, 0, Qt::AlignHCenter);
-    row->addStretch(1);
-    row->addWidget(applyFirst ? cancel : apply, 0, Qt::AlignHCenter);
-    row->addStretch(1);
+    if (design.order == PasswordPromptDesign::Order::ApplyFirst) {
+        addSpread(row, {apply, cancel}, Qt::AlignHCenter);
+    } else {
+        addSpread(row, {cancel, apply}, Qt::AlignHCenter);
+    }
 
     auto *column = createColumn(dialog);
     column->addSpacing(5);
@@ -78,8 +63,7 @@ PasswordPrompt createPasswordPrompt(const PasswordPromptDesign &design)
 
 void runPasswordPrompt(const PasswordPrompt &prompt)
 {
-    prompt.dialog->exec();
-    prompt.dialog->deleteLater();
+    runDialog(prompt.dialog);
 }
 
 } // namespace talo

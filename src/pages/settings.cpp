@@ -1,7 +1,9 @@
+// The settings page itself: its header and its tabs.
 #include "pages/settings.h"
 
-#include "engine/notifysettingchange.h"
 #include "pages/boxes.h"
+#include "pages/settingswidgets.h"
+#include "pages/textbutton.h"
 
 #include <QBoxLayout>
 #include <QStackedWidget>
@@ -11,6 +13,7 @@ namespace
 {
 
 enum Tab { ScanTab, WebAndEmailTab, UpdateTab };
+enum InnerTab { GeneralTab, ScanActionsTab, ExternalDriveTab, ExcludeScanListTab };
 
 } // namespace
 
@@ -40,10 +43,19 @@ void Settings::createTop()
     title->setIconSize(QSize(20, 20));
     title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
 
+    // One name for both links gives them one look.
+    auto *password = createSlotButton(top_, "btnImportExport", tr("Manage Password"),
+                                      SLOT(btnPwdProtectionClicked()));
+    auto *importExport = createSlotButton(top_, "btnImportExport", tr("Import/Export"),
+                                          SLOT(btnImportExportClicked()));
+
     auto *row = talo::createRow(top_);
     row->addSpacing(10);
     row->addWidget(title, 0, Qt::AlignHCenter);
     row->addStretch(1);
+    row->addWidget(password, 0, Qt::AlignHCenter);
+    row->addSpacing(5);
+    row->addWidget(importExport, 0, Qt::AlignHCenter);
     row->addSpacing(10);
 }
 
@@ -55,18 +67,18 @@ void Settings::createMiddle()
     middle_->setContentsMargins(0, 0, 0, 0);
 
     btnScanSettings_ =
-        createTabButton("btnScanSettings", tr("Scan"), SLOT(btnScanSettingsClicked()));
+        createTabButton(middle_, "btnScanSettings", tr("Scan"), SLOT(btnScanSettingsClicked()));
     btnScanSettings_->setChecked(true);
-    btnWebAndEmailSettings_ = createTabButton("btnWebAndEmailSettings", tr("Web/Email"),
+    btnWebAndEmailSettings_ = createTabButton(middle_, "btnWebAndEmailSettings", tr("Web/Email"),
                                               SLOT(btnWebAndEmailSettingsClicked()));
-    btnUpdateSettings_ =
-        createTabButton("btnUpdateSettings", tr("Update"), SLOT(btnUpdateSettingsClicked()));
+    btnUpdateSettings_ = createTabButton(middle_, "btnUpdateSettings", tr("Update"),
+                                         SLOT(btnUpdateSettingsClicked()));
 
     tabs_ = new QStackedWidget(middle_);
     tabs_->setFixedSize(650, 350);
-    addTab("scansettingpage");
-    addTab("firewallsettingpage");
-    addTab("updatesettingpage");
+    tabs_->addWidget(createScanSettingPage());
+    tabs_->addWidget(createWebAndEmailSettingPage());
+    tabs_->addWidget(createUpdateSettingPage());
     tabs_->setCurrentIndex(ScanTab);
 
     auto *row = talo::createRow();
@@ -83,30 +95,59 @@ void Settings::createMiddle()
     column->addWidget(tabs_);
 }
 
-QToolButton *Settings::createTabButton(const QString &name, const QString &text, const char *slot)
+QWidget *Settings::createScanSettingPage()
 {
-    auto *button = new QToolButton(middle_);
-    button->setObjectName(name);
-    button->setText(text);
+    QWidget *page = talo::createSubPage(tabs_, "scansettingpage", QSize(650, 350));
+
+    btnGeneral_ = createTabButton(page, "btnGeneral", tr("General"), SLOT(btnGeneralClicked()));
+    btnGeneral_->setChecked(true);
+    btnScanActions_ =
+        createTabButton(page, "btnScanActions", tr("Scan Actions"), SLOT(btnScanActionsClicked()));
+    btnExternalDrive_ = createTabButton(page, "btnExternalDrive", tr("External Drive"),
+                                        SLOT(btnExternalDriveClicked()));
+    btnExcludeScanList_ = createTabButton(page, "btnExcludeScanList", tr("Exclude Scan List"),
+                                          SLOT(btnExcludeScanListClicked()));
+
+    scanTabs_ = new QStackedWidget(page);
+    scanTabs_->setFixedSize(650, 320);
+    scanTabs_->addWidget(createScanConfigurationPage());
+    scanTabs_->addWidget(createScanActionConfigurationPage());
+    scanTabs_->addWidget(createScanExternalDriveConfigurationPage());
+    scanTabs_->addWidget(createScanExcludeListConfigurationPage());
+    scanTabs_->setCurrentIndex(GeneralTab);
+
+    auto *row = talo::createRow();
+    row->addStretch(1);
+    row->addWidget(btnGeneral_);
+    row->addSpacing(10);
+    row->addWidget(btnScanActions_);
+    row->addSpacing(10);
+    row->addWidget(btnExternalDrive_);
+    row->addSpacing(10);
+    row->addWidget(btnExcludeScanList_);
+    row->addStretch(1);
+
+    auto *column = talo::createColumn(page);
+    column->addSpacing(5);
+    column->addLayout(row);
+    column->addWidget(scanTabs_);
+    return page;
+}
+
+QToolButton *Settings::createTabButton(QWidget *band, const char *name, const QString &text,
+                                       const char *slot)
+{
+    QToolButton *button = createSlotButton(band, name, text, slot);
     button->setCheckable(true);
-    button->setCursor(Qt::PointingHandCursor);
-    connect(button, SIGNAL(clicked(bool)), this, slot);
     return button;
 }
 
-void Settings::addTab(const QString &name)
+QToolButton *Settings::createSlotButton(QWidget *page, const char *name, const QString &text,
+                                        const char *slot)
 {
-    auto *page = new QWidget(tabs_);
-    page->setObjectName(name);
-    page->setFixedSize(650, 350);
-    page->setContentsMargins(0, 0, 0, 0);
-    tabs_->addWidget(page);
-}
-
-// The tabs hold no values yet; the engine hears of every reload all the same.
-void Settings::fillAllSettingsData()
-{
-    NotifySettingChange();
+    QToolButton *button = talo::createTextButton(page, name, text);
+    connect(button, SIGNAL(clicked(bool)), this, slot);
+    return button;
 }
 
 void Settings::btnScanSettingsClicked()
@@ -124,6 +165,26 @@ void Settings::btnUpdateSettingsClicked()
     showTab(btnUpdateSettings_, UpdateTab);
 }
 
+void Settings::btnGeneralClicked()
+{
+    showScanTab(btnGeneral_, GeneralTab);
+}
+
+void Settings::btnScanActionsClicked()
+{
+    showScanTab(btnScanActions_, ScanActionsTab);
+}
+
+void Settings::btnExternalDriveClicked()
+{
+    showScanTab(btnExternalDrive_, ExternalDriveTab);
+}
+
+void Settings::btnExcludeScanListClicked()
+{
+    showScanTab(btnExcludeScanList_, ExcludeScanListTab);
+}
+
 // A click on the tab that is shown already unchecks its button and changes nothing else.
 void Settings::showTab(QToolButton *button, int index)
 {
@@ -135,4 +196,21 @@ void Settings::showTab(QToolButton *button, int index)
         tab->setChecked(tab == button);
     }
     tabs_->setCurrentIndex(index);
+}
+
+// The same for the tabs within the Scan tab.
+void Settings::showScanTab(QToolButton *button, int index)
+{
+    if (!button->isChecked()) {
+        return;
+    }
+    fillAllSettingsData();
+    if (index == ExcludeScanListTab) {
+        fillExcludeScanTabelData();
+    }
+    for (QToolButton *tab :
+         {btnGeneral_, btnScanActions_, btnExternalDrive_, btnExcludeScanList_}) {
+        tab->setChecked(tab == button);
+    }
+    scanTabs_->setCurrentIndex(index);
 }
