@@ -70,7 +70,8 @@ void Attempts::next(uint user)
     }
     entry.busy = true;
     const auto wait = std::max(entry.free - Clock::now(), Clock::duration::zero());
-    QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(wait), this,
+    // A coarse timer may come a twentieth too early.
+    QTimer::singleShot(std::chrono::ceil<std::chrono::milliseconds>(wait), Qt::PreciseTimer, this,
                        [this, user] { check(user); });
 }
 
