@@ -11,6 +11,7 @@
 #include <cstdlib>
 #include <fcntl.h>
 #include <sodium.h>
+#include <sys/statvfs.h>
 
 namespace talo::scan
 {
@@ -107,6 +108,24 @@ bool sameTime(const timespec &a, const timespec &b)
     return a.tv_sec == b.tv_sec && a.tv_nsec == b.tv_nsec;
 }
 
+// So much stays free for the rest of the system: whoever plants files that are taken for threats
+// must not fill the drive that the system's own state lies on.
+constexpr std::uint64_t kMostReserve = 200u << 20;
+
+std::optional<Error> lackOfSpace(int vault, const struct stat &file)
+{
+    struct statvfs drive = {};
+    if (fstatvfs(vault, &drive) != 0)
+        return files::systemError(errno);
+    const std::uint64_t reserve =
+        std::min<std::uint64_t>(kMostReserve, drive.f_blocks * drive.f_frsize / 20);
+    const std::uint64_t free = drive.f_bavail * drive.f_frsize;
+    // A copy has no holes, so the size counts and not what the file takes.
+    if (free < reserve || free - reserve < static_cast<std::uint64_t>(file.st_size))
+        return files::systemError(ENOSPC);
+    return std::nullopt;
+}
+
 // Writes the object without a name, so that a kill leaves nothing half done.
 files::Result<UniqueFd> writeObject(int vault, const Quarantine::Catch &file,
                                     const struct stat &before)
@@ -168,7 +187,8 @@ files::Result<Quarantine::Kept> Quarantine::take(const Catch &file)
     struct stat status = {};
     if (fstat(file.content, &status) != 0)
         return files::systemError(errno);
-    auto object = writeObject(vault->get(), file, status);
+    const auto lack = lackOfSpace(vault->get(), status);
+    auto object = lack ? files::Result<UniqueFd>(*lack) : writeObject(vault->get(), file, status);
     if (!object)
         return Error{object.error().code,
                      "no copy for the quarantine could be made: " + object.error().text};

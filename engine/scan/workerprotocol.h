@@ -201,7 +201,8 @@ inline Receive receive(int socket, Packet &packet, int flags, Descriptors descri
     ssize_t size = 0;
     do
         size = recvmsg(socket, &message, flags | MSG_CMSG_CLOEXEC);
-    while (size < 0 && errno == EINTR);
+    // An end that was closed with something unread is reported once, and before what it had sent.
+    while (size < 0 && (errno == EINTR || errno == ECONNRESET));
     if (size < 0)
         return errno == EAGAIN || errno == EWOULDBLOCK ? Receive::Nothing : Receive::Closed;
     if (descriptors == Descriptors::Accept) {

@@ -7,11 +7,14 @@
 #include <QCoreApplication>
 #include <QSocketNotifier>
 
+#include <chrono>
 #include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -65,6 +68,23 @@ std::string pathOption(const QCommandLineParser &parser, const QString &name,
                        const std::string &otherwise)
 {
     return parser.isSet(name) ? parser.value(name).toLocal8Bit().toStdString() : otherwise;
+}
+
+// A drive that does not answer may hold a scan for ever. The next start closes its report as
+// interrupted, which is better than being killed for not ending.
+void endInTime(int code)
+{
+    constexpr std::chrono::seconds kEndTime{10};
+    try {
+        std::thread([code, kEndTime] {
+            std::this_thread::sleep_for(kEndTime);
+            log(Level::Warning,
+                "not every scan ended in time; the next start closes their reports");
+            std::_Exit(code);
+        }).detach();
+    } catch (const std::system_error &error) {
+        log(Level::Warning, std::string("the time to end cannot be limited: ") + error.what());
+    }
 }
 
 } // namespace
@@ -126,6 +146,7 @@ int main(int argc, char *argv[])
     const ExitCode code = service.start();
     if (code == Done)
         QCoreApplication::exec();
+    endInTime(code);
     service.stop();
     // Everything worth keeping is on disk, and the workers end with this process. To wait for a
     // large signature set that is being loaded just now would be for nothing.

@@ -15,9 +15,10 @@ struct Limits {
 // The three together; each says why it failed, or nothing. Not to be undone.
 std::string limitResources(const Limits &limits);
 std::string confineToFolder(int folder); // the file system; nothing where the kernel cannot
+bool canConfineToFolder();               // whether the kernel can
 std::string filterSystemCalls();
 
-// This process's address space in bytes; 0 where it cannot be told.
-std::uint64_t addressSpace();
+// This process's address space in bytes, from its open /proc/self/statm; 0 where it cannot be told.
+std::uint64_t addressSpace(int memoryFigures);
 
 } // namespace talo::worker

@@ -47,17 +47,19 @@ bool sameContent(const struct stat &a, const struct stat &b)
 
 } // namespace
 
-std::string Engine::load(std::uint64_t maxFileSize, std::uint64_t maxScanSize)
+std::string Engine::prepare()
 {
-    maxFileSize_ = maxFileSize;
     cl_set_clcb_msg(keepComplaint);
-    cl_error_t code = cl_init(CL_INIT_DEFAULT);
+    const cl_error_t code = cl_init(CL_INIT_DEFAULT);
     if (code != CL_SUCCESS)
         return failure(code);
     engine_ = cl_engine_new();
-    if (!engine_)
-        return "not enough memory";
+    return engine_ ? std::string() : "not enough memory";
+}
 
+std::string Engine::load(std::uint64_t maxFileSize, std::uint64_t maxScanSize)
+{
+    maxFileSize_ = maxFileSize;
     const struct {
         cl_engine_field field;
         long long value;
@@ -72,11 +74,11 @@ std::string Engine::load(std::uint64_t maxFileSize, std::uint64_t maxScanSize)
         {CL_ENGINE_DISABLE_PE_STATS, 1},
     };
     for (const auto &setting : settings) {
-        code = cl_engine_set_num(engine_, setting.field, setting.value);
+        const cl_error_t code = cl_engine_set_num(engine_, setting.field, setting.value);
         if (code != CL_SUCCESS)
             return failure(code);
     }
-    code = cl_load(".", engine_, &signatures_, CL_DB_STDOPT);
+    cl_error_t code = cl_load(".", engine_, &signatures_, CL_DB_STDOPT);
     if (code != CL_SUCCESS)
         return failure(code);
     if (signatures_ == 0)

@@ -22,7 +22,9 @@ struct Judgement {
 class Engine
 {
 public:
-    // Loads what is in the current folder. An empty text, or why it failed.
+    // Each an empty text, or why it failed. The first has the library open what it needs of the
+    // system; the second loads what is in the current folder and opens nothing else.
+    std::string prepare();
     std::string load(std::uint64_t maxFileSize, std::uint64_t maxScanSize);
     unsigned signatures() const { return signatures_; }
 

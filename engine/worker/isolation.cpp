@@ -21,6 +21,7 @@ namespace
 
 constexpr uid_t kNobody = 65534;
 constexpr unsigned kTemporaryFiles = 65536;
+constexpr std::uint64_t kEmptySize = 4096; // the least there is; none would be no limit
 
 std::string because(const char *what)
 {
@@ -60,7 +61,7 @@ bool enterNamespaces()
 
 // A tmpfs that is mounted nowhere: only who holds the descriptor can reach it, and it goes with the
 // last of them.
-int makeTmpfs(std::uint64_t size, uid_t owner, gid_t group)
+int makeTmpfs(std::uint64_t size, uid_t owner, gid_t group, unsigned attributes = 0)
 {
     const int context = fsopen("tmpfs", FSOPEN_CLOEXEC);
     if (context < 0)
@@ -73,8 +74,9 @@ int makeTmpfs(std::uint64_t size, uid_t owner, gid_t group)
         set("mode", "0700") && set("uid", std::to_string(owner)) &&
         set("gid", std::to_string(group)) &&
         fsconfig(context, FSCONFIG_CMD_CREATE, nullptr, nullptr, 0) == 0) {
-        const int mounted = fsmount(context, FSMOUNT_CLOEXEC,
-                                    MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV | MOUNT_ATTR_NOEXEC);
+        const int mounted =
+            fsmount(context, FSMOUNT_CLOEXEC,
+                    MOUNT_ATTR_NOSUID | MOUNT_ATTR_NODEV | MOUNT_ATTR_NOEXEC | attributes);
         if (mounted >= 0) {
             folder = openat(mounted, ".", O_RDONLY | O_DIRECTORY | O_CLOEXEC);
             close(mounted);
@@ -98,24 +100,30 @@ int makeFolder(int parent, unsigned slot, uid_t owner, gid_t group)
     return folder;
 }
 
-bool dropCapabilities()
+constexpr std::uint32_t kNoCapability = 0;
+constexpr std::uint32_t kChangeRoot = 1u << CAP_SYS_CHROOT;
+
+bool limitCapabilities(std::uint32_t kept)
 {
     __user_cap_header_struct header{_LINUX_CAPABILITY_VERSION_3, 0};
-    __user_cap_data_struct none[2] = {};
-    return syscall(SYS_capset, &header, none) == 0;
+    __user_cap_data_struct sets[2] = {};
+    sets[0].effective = kept;
+    sets[0].permitted = kept;
+    return syscall(SYS_capset, &header, sets) == 0;
 }
 
+// All but the one that closeFileSystem() needs, where it can be had.
 std::string dropPrivileges()
 {
     if (geteuid() == 0 &&
-        (setgroups(0, nullptr) != 0 || setresgid(kNobody, kNobody, kNobody) != 0 ||
-         setresuid(kNobody, kNobody, kNobody) != 0))
+        (prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || setgroups(0, nullptr) != 0 ||
+         setresgid(kNobody, kNobody, kNobody) != 0 || setresuid(kNobody, kNobody, kNobody) != 0))
         return because("root's identity cannot be given up");
+    if (!limitCapabilities(kChangeRoot) && !limitCapabilities(kNoCapability))
+        return because("capabilities cannot be given up");
     // Whoever was started set-user-id or the like, or sees the above fail in silence.
     if (getuid() == 0 || geteuid() == 0 || setuid(0) == 0)
         return "root's identity could be taken up again";
-    if (!dropCapabilities())
-        return because("capabilities cannot be given up");
     if (prctl(PR_SET_NO_NEW_PRIVS, 1, 0, 0, 0) != 0)
         return because("new privileges cannot be ruled out");
     // After the change of identity, which clears both.
@@ -134,8 +142,10 @@ Isolation isolate(unsigned slots, std::uint64_t temporarySize, int scratchFolder
     const uid_t owner = root ? kNobody : geteuid();
     const gid_t group = root ? static_cast<gid_t>(kNobody) : getegid();
     const bool namespaces = enterNamespaces();
+    bool allMounted = namespaces;
     for (unsigned slot = 0; slot < slots; ++slot) {
         int folder = namespaces ? makeTmpfs(temporarySize, owner, group) : -1;
+        allMounted = allMounted && folder >= 0;
         if (folder < 0)
             folder = makeFolder(scratchFolder, slot, owner, group);
         if (folder < 0) {
@@ -144,8 +154,31 @@ Isolation isolate(unsigned slots, std::uint64_t temporarySize, int scratchFolder
         }
         result.scratch.push_back(folder);
     }
+    // A folder that is no file system of its own has the whole one above it, whatever the root is.
+    if (allMounted)
+        result.emptyRoot = makeTmpfs(kEmptySize, owner, group, MOUNT_ATTR_RDONLY);
+    result.nullDevice = open("/dev/null", O_RDWR | O_CLOEXEC);
+    if (result.nullDevice < 0) {
+        result.failure = because("/dev/null cannot be opened");
+        return result;
+    }
     result.failure = dropPrivileges();
+    // By the identity that reads it: what it tells belongs to this process alone.
+    result.memoryFigures = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
+    if (result.failure.empty() && result.memoryFigures < 0)
+        result.failure = because("the use of memory cannot be read");
     return result;
+}
+
+std::string closeFileSystem(Isolation &isolation)
+{
+    if (isolation.emptyRoot >= 0) {
+        isolation.fileSystemClosed = fchdir(isolation.emptyRoot) == 0 && chroot(".") == 0;
+        close(isolation.emptyRoot);
+        isolation.emptyRoot = -1;
+    }
+    return limitCapabilities(kNoCapability) ? std::string()
+                                            : because("capabilities cannot be given up");
 }
 
 } // namespace talo::worker

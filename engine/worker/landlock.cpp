@@ -31,12 +31,22 @@ std::size_t attributesSize(long abi)
     return abi >= 4 ? offsetof(RulesetAttributes, scoped) : offsetof(RulesetAttributes, network);
 }
 
+long landlockAbi()
+{
+    return syscall(SYS_landlock_create_ruleset, nullptr, 0,
+                   static_cast<unsigned>(LANDLOCK_CREATE_RULESET_VERSION));
+}
+
 } // namespace
+
+bool canConfineToFolder()
+{
+    return landlockAbi() >= 1;
+}
 
 std::string confineToFolder(int folder)
 {
-    const long abi = syscall(SYS_landlock_create_ruleset, nullptr, 0,
-                             static_cast<unsigned>(LANDLOCK_CREATE_RULESET_VERSION));
+    const long abi = landlockAbi();
     if (abi < 1)
         return {};
     RulesetAttributes attributes;

@@ -2,6 +2,7 @@
 // pool with the descriptors and the messages of scan/workerprotocol.h.
 
 #include "charsets.h"
+#include "confinement.h"
 #include "engine.h"
 #include "isolation.h"
 #include "server.h"
@@ -32,6 +33,15 @@ bool sane(const protocol::Configure &configuration)
            configuration.maxMemory < kMost && configuration.maxTemporary < kMost;
 }
 
+// To the log of the service, whose standard error this is.
+void warnOfMissingLayers(const Isolation &isolation)
+{
+    if (!isolation.fileSystemClosed && !canConfineToFolder())
+        std::fputs("talo-scan-worker: this system offers neither Landlock nor a root folder of "
+                   "its own to the scan workers: they are not kept from the file system\n",
+                   stderr);
+}
+
 } // namespace
 
 int main()
@@ -45,28 +55,36 @@ int main()
         std::fputs("talo-scan-worker is started by talod and is of no use by hand.\n", stderr);
         return 2;
     }
-    const Isolation isolation =
+    Isolation isolation =
         isolate(configuration.slots, configuration.maxTemporary, protocol::kScratchFd);
     if (!isolation.failure.empty())
         return refuse(isolation.failure);
 
-    // By descriptor, for the folder may lie below one that only the pool's identity may enter.
+    loadCharsets();
+    static Engine engine;
+    std::string failure = engine.prepare();
+    if (failure.empty())
+        failure = closeFileSystem(isolation);
+    if (!failure.empty())
+        return refuse(failure);
+    warnOfMissingLayers(isolation);
+
+    // By descriptor, for the folder may lie below one that only the pool's identity may enter, and
+    // outside the root.
     if (fchdir(protocol::kSignaturesFd) != 0)
         return refuse(std::string("the signature folder cannot be entered: ") +
                       std::strerror(errno));
-    loadCharsets();
-    static Engine engine;
-    const std::string failure = engine.load(configuration.maxFileSize,
-                                            configuration.maxFileSize + configuration.maxTemporary);
+    failure = engine.load(configuration.maxFileSize,
+                          configuration.maxFileSize + configuration.maxTemporary);
     if (!failure.empty())
         return refuse(failure);
-    // A folder that is someone's current one cannot be unmounted.
+    // A folder that is someone's current one cannot be unmounted, and leads out of the root.
     if (chdir("/") != 0)
         return refuse("the root folder cannot be entered");
     close(protocol::kSignaturesFd);
     close(protocol::kScratchFd);
 
-    Server server(protocol::kControlFd, engine, configuration, isolation.scratch);
+    Server server(protocol::kControlFd, engine, configuration, isolation);
     protocol::Loaded loaded;
     loaded.signatures = engine.signatures();
     if (!protocol::send(protocol::kControlFd, loaded, 0))

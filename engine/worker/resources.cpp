@@ -2,7 +2,6 @@
 
 #include <cerrno>
 #include <csignal>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <sys/resource.h>
@@ -35,15 +34,12 @@ std::string limitResources(const Limits &limits)
     return {};
 }
 
-std::uint64_t addressSpace()
+std::uint64_t addressSpace(int memoryFigures)
 {
-    std::FILE *file = std::fopen("/proc/self/statm", "re");
-    if (!file)
-        return 0;
     char line[64] = {};
-    const bool got = std::fgets(line, sizeof line, file) != nullptr;
-    std::fclose(file);
-    const unsigned long long pages = got ? std::strtoull(line, nullptr, 10) : 0;
+    if (pread(memoryFigures, line, sizeof line - 1, 0) <= 0)
+        return 0;
+    const unsigned long long pages = std::strtoull(line, nullptr, 10);
     return pages * static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
 }
 

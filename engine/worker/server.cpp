@@ -1,7 +1,6 @@
 #include "server.h"
 
 #include "confinement.h"
-#include "isolation.h"
 #include "scanloop.h"
 
 #include <cerrno>
@@ -19,13 +18,14 @@ namespace talo::worker
 namespace protocol = scan::protocol;
 
 Server::Server(int control, Engine &engine, const protocol::Configure &configuration,
-               std::vector<int> scratch)
+               const Isolation &isolation)
     : control_(control)
     , engine_(engine)
     , configuration_(configuration)
-    , loadedSpace_(addressSpace())
+    , loadedSpace_(addressSpace(isolation.memoryFigures))
+    , nullDevice_(isolation.nullDevice)
 {
-    for (const int folder : scratch)
+    for (const int folder : isolation.scratch)
         slots_.push_back({folder, 0, 0});
 }
 
@@ -106,7 +106,7 @@ void Server::startWorker(const protocol::Fork &request, int socket)
 
 void Server::becomeWorker(const Slot &slot, int socket, pid_t server)
 {
-    const auto refuse = [socket](const std::string &reason) {
+    const auto refuse = [&socket](const std::string &reason) {
         protocol::StartFailed message;
         message.reason.set(reason);
         protocol::send(socket, message, 0);
@@ -121,10 +121,9 @@ void Server::becomeWorker(const Slot &slot, int socket, pid_t server)
 
     // What a file makes libclamav say belongs nowhere; nor is anything but the socket and the
     // folder a worker's to reach.
-    const int nowhere = open("/dev/null", O_RDWR | O_CLOEXEC);
     for (const int standard : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO})
-        if (nowhere < 0 || dup2(nowhere, standard) < 0)
-            refuse("/dev/null cannot be opened");
+        if (dup2(nullDevice_, standard) < 0)
+            refuse("the standard descriptors cannot be closed");
     if (fchdir(slot.scratch) != 0)
         refuse("the temporary folder cannot be entered");
     constexpr int kSocket = 3;
@@ -133,9 +132,12 @@ void Server::becomeWorker(const Slot &slot, int socket, pid_t server)
     const int highFolder = fcntl(slot.scratch, F_DUPFD_CLOEXEC, 10);
     if (highSocket < 0 || highFolder < 0)
         refuse("descriptors cannot be arranged");
-    dup2(highSocket, kSocket);
-    dup2(highFolder, kFolder);
-    close_range(kFolder + 1, ~0u, 0);
+    // Where it is from here on, whatever else may fail.
+    socket = highSocket;
+    if (dup2(highSocket, kSocket) < 0 || dup2(highFolder, kFolder) < 0 ||
+        close_range(kFolder + 1, ~0u, 0) != 0)
+        refuse("descriptors that are not the worker's cannot be closed");
+    socket = kSocket;
 
     Limits limits;
     limits.addressSpace = loadedSpace_ + configuration_.maxMemory;
@@ -146,12 +148,8 @@ void Server::becomeWorker(const Slot &slot, int socket, pid_t server)
     close(kFolder);
     if (failure.empty())
         failure = filterSystemCalls();
-    if (!failure.empty()) {
-        protocol::StartFailed message;
-        message.reason.set(failure);
-        protocol::send(kSocket, message, 0);
-        _exit(1);
-    }
+    if (!failure.empty())
+        refuse(failure);
     scanUntilClosed(kSocket, engine_);
     _exit(0);
 }

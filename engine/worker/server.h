@@ -2,6 +2,7 @@
 #pragma once
 
 #include "engine.h"
+#include "isolation.h"
 #include "scan/workerprotocol.h"
 
 #include <cstdint>
@@ -15,7 +16,7 @@ class Server
 {
 public:
     Server(int control, Engine &engine, const scan::protocol::Configure &configuration,
-           std::vector<int> scratch);
+           const Isolation &isolation);
 
     // Serves until the pool closes the control socket, then ends the workers.
     int run();
@@ -38,6 +39,7 @@ private:
     Engine &engine_;
     scan::protocol::Configure configuration_;
     std::uint64_t loadedSpace_;
+    int nullDevice_;
     std::vector<Slot> slots_;
 };
 

@@ -99,8 +99,8 @@ TEST_F(PoolFaults, AProgramCannotBeStarted)
 TEST_F(PoolFaults, WhatAWorkerMustNotDoIsRefused)
 {
     WorkerPool pool(config(faultyWorker()));
-    for (const char *order :
-         {"socket", "openpasswd", "fork", "signal", "code", "identity", "descriptors"}) {
+    for (const char *order : {"socket", "openpasswd", "seefiles", "fork", "signal", "code",
+                              "identity", "descriptors"}) {
         const Verdict verdict = scanOne(pool, fault(order));
         EXPECT_EQ(verdict.kind, VerdictKind::Clean) << order << ": " << describe(verdict);
     }

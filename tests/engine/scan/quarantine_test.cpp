@@ -400,6 +400,24 @@ TEST_F(QuarantineTest, leavesTheOriginalWhenItIsFull)
     EXPECT_EQ(statusOf(home("evil")).st_size, 300000);
 }
 
+TEST_F(QuarantineTest, leavesAReserveOnItsDrive)
+{
+    if (!isRoot())
+        GTEST_SKIP() << "needs root, to mount a small drive";
+    writeFile(home("evil"), std::string(std::size_t{980} << 10u, 'x'));
+    writeFile(home("small"), std::string(std::size_t{800} << 10u, 'x'));
+    EXPECT_EQ(withOwnMounts([&]() -> std::string {
+                  if (mount("none", (folder_ / "vault").c_str(), "tmpfs", 0, "size=1m,mode=0700"))
+                      return "cannot mount";
+                  const auto kept = take("evil");
+                  if (kept)
+                      return "taken";
+                  const auto fits = take("small");
+                  return fits ? kept.error().text : "nothing fits: " + fits.error().text;
+              }),
+              "no copy for the quarantine could be made: no space is left on the drive");
+}
+
 TEST_F(QuarantineTest, leavesTheOriginalWhereNothingCanBeRemoved)
 {
     if (!isRoot())
