@@ -57,7 +57,7 @@ double median(std::vector<double> values)
 
 int main(int argc, char *argv[])
 {
-    const int rounds = argc == 3 ? std::atoi(argv[2]) : 0;
+    const int rounds = argc == 3 ? static_cast<int>(std::strtol(argv[2], nullptr, 10)) : 0;
     if (rounds < 1) {
         std::fputs("usage: bench_exclusions FOLDER ROUNDS\n", stderr);
         return 2;

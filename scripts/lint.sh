@@ -1,15 +1,22 @@
 #!/usr/bin/env bash
-# Holds the sources to clang-format and clang-tidy. usage: scripts/lint.sh [FILE…]
+# Holds the sources to clang-format and clang-tidy.
+# usage: scripts/lint.sh [--format] [FILE…]     --format: to clang-format alone, which takes a second
 set -euo pipefail
 . "$(dirname "$0")/common.sh"
 cd "$root_dir"
 
+what=all
+if [ "${1:-}" = --format ]; then
+    what=format
+    shift
+fi
 if [ $# -eq 0 ]; then
     mapfile -t files < <(git ls-files '*.cpp' '*.h')
 else
     files=("$@")
 fi
 clang-format --dry-run --Werror "${files[@]}"
+[ "$what" = all ] || exit 0
 
 # Only what changed since the last clean run is looked at again: a stamp for each source, named
 # after the content of all sources and headers it could see.

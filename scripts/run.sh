@@ -14,9 +14,9 @@ if [ "${1:-}" != --on-bus ]; then
     as_root cmake --install "$root_dir/build/release" >/dev/null
     if dbus-send --session --dest=org.freedesktop.DBus --print-reply / \
         org.freedesktop.DBus.GetId >/dev/null 2>&1; then
-        exec "$0" --on-bus
+        exec "$root_dir/scripts/run.sh" --on-bus
     fi
-    exec dbus-run-session -- "$0" --on-bus
+    exec dbus-run-session -- "$root_dir/scripts/run.sh" --on-bus
 fi
 
 bus() {
@@ -47,7 +47,8 @@ else
     say "No display: a quick scan in the terminal"
     result=0
     "$prefix/bin/QuickScan" / 3 || result=$?
-    latest=$("$prefix/bin/talo" report list | head -n 1 | cut -c1-19)
+    # To the end: who stops reading early makes the writer fail, and this script with it.
+    latest=$("$prefix/bin/talo" report list | sed -n '1s/^\(.\{19\}\).*/\1/p')
     "$prefix/bin/talo" report show "$latest"
     exit "$result"
 fi

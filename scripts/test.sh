@@ -14,7 +14,7 @@ esac
 
 install_packages build test
 build "$preset"
-[ "$preset" != dev ] || "$root_dir/scripts/lint.sh"
+"$root_dir/scripts/lint.sh" --format
 
 # A desktop's own bus and display must not take part.
 unset DISPLAY WAYLAND_DISPLAY DBUS_SESSION_BUS_ADDRESS DBUS_SYSTEM_BUS_ADDRESS

@@ -137,4 +137,20 @@ std::string printable(std::string_view bytes)
     return out;
 }
 
+std::string printable(std::string_view bytes, std::size_t most)
+{
+    constexpr std::string_view kGap = " \u2026 ";
+    std::string text = printable(bytes);
+    if (text.size() <= most)
+        return text;
+    const std::size_t half = most > kGap.size() ? (most - kGap.size()) / 2 : 0;
+    std::size_t first = half;
+    while (first > 0 && isContinuation(static_cast<unsigned char>(text[first])))
+        --first;
+    std::size_t last = text.size() - half;
+    while (last < text.size() && isContinuation(static_cast<unsigned char>(text[last])))
+        ++last;
+    return text.replace(first, last - first, kGap);
+}
+
 } // namespace talo::files

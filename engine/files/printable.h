@@ -1,6 +1,7 @@
 // File names for display: bytes in, unambiguous UTF-8 out.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -12,5 +13,9 @@ namespace talo::files
 // reads: C1 controls, line separators, bidirectional overrides, invisible format characters
 // (\u{NN}). Two different names never look the same for what was escaped.
 std::string printable(std::string_view bytes);
+
+// The same in at most `most` bytes, of which there must be some: of a longer text its beginning and
+// its end, with " … " between them.
+std::string printable(std::string_view bytes, std::size_t most);
 
 } // namespace talo::files

@@ -1,5 +1,6 @@
 #include "programs/scanwindow.h"
 
+#include "pages/screencentre.h"
 #include "programs/elidedlabel.h"
 #include "programs/scanfigures.h"
 #include "programs/signatures.h"
@@ -55,6 +56,7 @@ ScanWindow::ScanWindow(const ScanRequest &request, client::ScanJob &job, QWidget
     layout->addWidget(createMiddle(), 1);
     layout->addWidget(createBottom());
     setFixedSize(600, 520);
+    talo::centreOnScreen(this);
 
     connectJob();
     showProgress(interface::ScanProgress());
@@ -111,8 +113,9 @@ void ScanWindow::showEnd(const talo::interface::ScanProgress &progress)
     reportKey_ = progress.report;
     figures_->showEnd(progress);
     const Outcome whole = progress.threats == 0 ? Outcome::Clean : Outcome::Threats;
-    showSummary(progress.state == interface::Finished ? whole : Outcome::Unfinished,
-                verdictSentence(progress), notScannedSentence(progress));
+    const bool told = progress.state == interface::Finished && !nothingCouldBeScanned(progress);
+    showSummary(told ? whole : Outcome::Unfinished, verdictSentence(progress),
+                notScannedSentence(progress));
     sub_->setFullText(progress.state == interface::Finished ? QStringLiteral("The scan is done.")
                       : progress.state == interface::Stopped
                           ? QStringLiteral("The scan was stopped.")

@@ -41,6 +41,12 @@ quint64 filesNotScanned(const interface::ScanProgress &progress)
     return quint64{progress.skipped} + progress.errors;
 }
 
+bool nothingCouldBeScanned(const interface::ScanProgress &progress)
+{
+    return progress.state == interface::Finished && filesScanned(progress) == 0 &&
+           filesNotScanned(progress) > 0;
+}
+
 int percentDone(const interface::ScanProgress &progress)
 {
     if (progress.state == interface::Finished)
@@ -57,6 +63,8 @@ int percentDone(const interface::ScanProgress &progress)
 
 QString verdictSentence(const interface::ScanProgress &progress)
 {
+    if (nothingCouldBeScanned(progress))
+        return QStringLiteral("Nothing could be scanned.");
     const QString found = threatsSentence(progress);
     if (progress.state == interface::Finished)
         return found + QLatin1Char('.');
@@ -81,7 +89,7 @@ QString notScannedSentence(const interface::ScanProgress &progress)
 
 ExitCode exitCode(const interface::ScanProgress &progress)
 {
-    if (progress.state != interface::Finished)
+    if (progress.state != interface::Finished || nothingCouldBeScanned(progress))
         return ScanFailed;
     return progress.threats == 0 ? NoThreats : ThreatsFound;
 }

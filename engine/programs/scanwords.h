@@ -21,6 +21,9 @@ quint64 filesScanned(const interface::ScanProgress &progress);
 // Files that were not.
 quint64 filesNotScanned(const interface::ScanProgress &progress);
 
+// A scan that came to its end with nothing but skipped files and errors: not to be taken for clean.
+bool nothingCouldBeScanned(const interface::ScanProgress &progress);
+
 // Share done in whole percent, never 100 before the end; -1 until the count is known.
 int percentDone(const interface::ScanProgress &progress);
 

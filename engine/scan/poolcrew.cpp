@@ -274,6 +274,8 @@ bool PoolCrew::takeVerdict(Worker &worker, const protocol::Verdict &verdict)
     worker.givenSize -= given.task.size;
     worker.frontSince = Clock::now();
     worker.leaving = verdict.leaving == 1;
+    if (worker.leaving)
+        worker.confirmBy = Clock::now() + kConfirmTime;
     worker.deaths = 0;
     answered_ = true;
     queue_.finish(given.task, {kind(verdict.outcome), verdict.detail.shown()});

@@ -44,7 +44,10 @@ public:
     void enforceDeadlines(TimePoint now);
     TimePoint nextDeadline() const;
 
+    // Starts workers that are missing, and gives files to those that are there. nextStart() is when
+    // it is worth calling again though nothing has happened.
     void feed(TimePoint now);
+    TimePoint nextStart() const;
     // Asks the server to end; it is Lost when it has.
     void end(TimePoint now);
     // Answers Error to the files with the workers.
@@ -69,7 +72,8 @@ private:
         std::uint64_t givenSize = 0;
         TimePoint frontSince;
         TimePoint notBefore;      // when another may be started
-        TimePoint confirmBy;      // Starting: to be ready; Gone: to be confirmed by the server
+        TimePoint confirmBy;      // Starting: to be ready; leaving: to have left; Gone: to be
+                                  // confirmed by the server
         bool confined = false;    // has been Ready
         std::uint64_t doomed = 0; // the file it was ended for
         std::string doom;         // and that file's verdict

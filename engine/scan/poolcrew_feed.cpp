@@ -110,10 +110,12 @@ void PoolCrew::enforceDeadlines(TimePoint now)
     for (std::uint32_t slot = 0; slot < workers_.size(); ++slot) {
         Worker &worker = workers_[slot];
         std::string doom;
-        if (worker.state == State::Ready && !worker.given.empty() &&
+        if (worker.state == State::Ready && !worker.leaving && !worker.given.empty() &&
             fileDeadline(worker, doom) <= now)
             dismiss(slot, doom.empty() ? "nobody waits for it any more" : doom);
-        else if (worker.state == State::Starting && worker.confirmBy <= now)
+        else if ((worker.state == State::Starting ||
+                  (worker.state == State::Ready && worker.leaving)) &&
+                 worker.confirmBy <= now)
             dismiss(slot, {});
         else if (worker.state == State::Gone && worker.confirmBy <= now) {
             lose(); // a server that does not end its workers is of no use
@@ -129,13 +131,20 @@ TimePoint PoolCrew::nextDeadline() const
         next = phaseDeadline_;
     for (const Worker &worker : workers_) {
         std::string ignored;
-        if (worker.state == State::Ready && !worker.given.empty())
-            next = std::min(next, fileDeadline(worker, ignored));
-        else if (worker.state == State::Gone || worker.state == State::Starting)
+        if (worker.state == State::Gone || worker.state == State::Starting || worker.leaving)
             next = std::min(next, worker.confirmBy);
-        else if (worker.state == State::Absent && phase_ == Phase::Serving)
-            next = std::min(next, worker.notBefore);
+        else if (worker.state == State::Ready && !worker.given.empty())
+            next = std::min(next, fileDeadline(worker, ignored));
     }
+    return next;
+}
+
+TimePoint PoolCrew::nextStart() const
+{
+    TimePoint next = TimePoint::max();
+    for (const Worker &worker : workers_)
+        if (worker.state == State::Absent && phase_ == Phase::Serving)
+            next = std::min(next, worker.notBefore);
     return next;
 }
 

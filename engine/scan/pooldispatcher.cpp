@@ -213,7 +213,7 @@ TimePoint PoolDispatcher::nextDeadline() const
 {
     TimePoint next = TimePoint::max();
     if (crew_)
-        next = crew_->nextDeadline();
+        next = std::min(crew_->nextDeadline(), crew_->nextStart());
     if (crew_ && announced_ && !crew_->busy())
         next = std::min(next, idleSince_ + config_.idleUnload);
     if (!crew_ && wantCrew_)

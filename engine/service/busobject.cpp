@@ -1,11 +1,12 @@
 #include "service/busobject.h"
 
-#include "files/printable.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
+#include "service/log.h"
 #include "service/passwordservice.h"
 #include "service/scanservice.h"
+#include "service/shown.h"
 #include "store/reportstore.h"
 
 #include <QDBusMessage>
@@ -18,6 +19,10 @@ namespace talo::service
 
 namespace
 {
+
+// In bytes; half of what the system's bus lets pass as one message.
+constexpr std::size_t kLongestList = std::size_t{16} << 20u;
+constexpr std::size_t kEntrySize = 64; // of an object without its path and threat
 
 QString text(const char *name)
 {
@@ -52,7 +57,7 @@ bool isIdentifier(const QString &id)
 
 QDBusMessage answerTo(const QDBusMessage &question, const scan::Quarantine::Outcome &outcome)
 {
-    const QString reason = QString::fromStdString(files::printable(outcome.reason));
+    const QString reason = QString::fromStdString(shown(outcome.reason));
     switch (outcome.result) {
     case scan::Quarantine::Result::Done:
         return question.createReply();
@@ -109,7 +114,7 @@ QVariantMap BusObject::GetStatus()
         {QStringLiteral("version"), QStringLiteral(TALO_VERSION)},
         {QStringLiteral("user"), static_cast<uint>(geteuid())},
         {QStringLiteral("signatureSet"), QString::fromStdString(set.kind)},
-        {QStringLiteral("signatureFolder"), QString::fromStdString(files::printable(set.folder))},
+        {QStringLiteral("signatureFolder"), QString::fromStdString(shown(set.folder))},
         {QStringLiteral("signatureVersion"), QString::fromStdString(set.version)},
         {QStringLiteral("signatureTime"), static_cast<qlonglong>(set.time)},
         {QStringLiteral("signatureCount"), static_cast<uint>(rooms_.pool.signatures().count)},
@@ -212,10 +217,19 @@ interface::QuarantineList BusObject::List()
     setDelayedReply(true);
     aside(call(), [&quarantine = rooms_.quarantine](const QDBusMessage &question) {
         interface::QuarantineList list;
-        for (const auto &object : quarantine.list())
+        std::size_t length = 0;
+        for (const auto &object : quarantine.list()) {
+            if (length > kLongestList) {
+                log(Level::Warning, "the quarantine holds more than one answer can list");
+                break;
+            }
+            const std::string path = shown(object.path);
+            const std::string threat = shown(object.threat);
+            length += kEntrySize + path.size() + threat.size();
             list.append({QString::fromStdString(object.id), static_cast<qlonglong>(object.time),
-                         QString::fromStdString(files::printable(object.path)),
-                         QString::fromStdString(files::printable(object.threat)), object.size});
+                         QString::fromStdString(path), QString::fromStdString(threat),
+                         object.size});
+        }
         return question.createReply(QVariant::fromValue(list));
     });
     return {};

@@ -5,7 +5,6 @@
 #include <QString>
 #include <QtGlobal>
 
-#include <array>
 #include <cstdio>
 #include <cstdlib>
 

@@ -1,6 +1,6 @@
 #include "service/reportrecorder.h"
 
-#include "files/printable.h"
+#include "service/shown.h"
 
 #include <ctime>
 
@@ -74,8 +74,8 @@ ReportRecorder::ReportRecorder(store::ReportStore &reports, const std::string &t
 
 void ReportRecorder::threat(const scan::Threat &threat)
 {
-    reports_.addThreat(id_, {files::printable(threat.path), files::printable(threat.name),
-                             className(threat.threatClass), files::printable(threat.outcome)});
+    reports_.addThreat(id_, {shown(threat.path), shown(threat.name), className(threat.threatClass),
+                             shown(threat.outcome)});
 }
 
 void ReportRecorder::passedOver(const scan::PassedOver &file)
@@ -83,7 +83,7 @@ void ReportRecorder::passedOver(const scan::PassedOver &file)
     reports_.addPassedOver(id_,
                            {file.kind == scan::VerdictKind::Skipped ? store::PassedKind::Skipped
                                                                     : store::PassedKind::Error,
-                            files::printable(file.path), files::printable(file.reason)});
+                            shown(file.path), shown(file.reason)});
 }
 
 void ReportRecorder::ended(scan::JobEnd end, const scan::Totals &totals, const std::string &failure)
@@ -92,7 +92,7 @@ void ReportRecorder::ended(scan::JobEnd end, const scan::Totals &totals, const s
     record_->close(reports_.finish(
         id_, outcome(end, *record_),
         {tally(totals.clean), tally(totals.threats), tally(totals.skipped), tally(totals.errors)},
-        files::printable(failure)));
+        shown(failure)));
     whenEnded_();
 }
 

@@ -1,11 +1,12 @@
 #include "service/scanservice.h"
 
-#include "files/printable.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
 #include "service/log.h"
+#include "service/shown.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <sys/stat.h>
 
@@ -22,7 +23,7 @@ using Refusal = ScanService::Refusal;
 
 QString text(const std::string &bytes)
 {
-    return QString::fromStdString(files::printable(bytes));
+    return QString::fromStdString(shown(bytes));
 }
 
 std::string typeOf(scan::ScanKind kind)
@@ -44,7 +45,7 @@ std::string scannedBy(scan::ScanKind kind, const std::string &path)
         return "the whole computer";
     if (kind == scan::ScanKind::Quick)
         return "running programs, autostart and temporary places, downloads";
-    return files::printable(path);
+    return shown(path);
 }
 
 bool exists(const QByteArray &path)
@@ -155,26 +156,25 @@ ScanService::Started ScanService::start(uint kind, const QByteArray &path)
     // Looking for the places of a quick scan takes a while. All kinds go this way, so that no scan
     // begins before the quarantine has recovered from a kill.
     const bool quick = entry.kind == scan::ScanKind::Quick;
-    rooms_.housekeeper.run([this, number, quick, root, folder = set.folder] {
+    rooms_.housekeeper.run([this, number, quick, root, set] {
         std::vector<std::string> roots{root};
         if (quick)
             roots = scan::quickScanRoots();
         QMetaObject::invokeMethod(
-            this, [this, number, roots, folder] { begin(number, roots, folder); },
-            Qt::QueuedConnection);
+            this, [this, number, roots, set] { begin(number, roots, set); }, Qt::QueuedConnection);
     });
     return {number, Refusal::None, QString()};
 }
 
-void ScanService::begin(uint job, const std::vector<std::string> &roots,
-                        const std::string &signatureFolder)
+void ScanService::begin(uint job, const std::vector<std::string> &roots, const SignatureSet &set)
 {
     Entry *const entry = find(job);
     if (entry == nullptr || entry->job)
         return;
-    if (signatureFolder != signatureFolder_) {
-        signatureFolder_ = signatureFolder;
-        rooms_.pool.useSignatures(signatureFolder);
+    // Also where the same folder has got new content since it was loaded.
+    if (set != signatures_) {
+        signatures_ = set;
+        rooms_.pool.useSignatures(set.folder);
     }
     scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
@@ -202,11 +202,14 @@ void ScanService::ended(uint job)
 void ScanService::dropOld()
 {
     const auto now = std::chrono::steady_clock::now();
+    const auto over = [](const auto &job) {
+        return job.second.ended != std::chrono::steady_clock::time_point();
+    };
+    auto ended = static_cast<std::size_t>(std::count_if(jobs_.begin(), jobs_.end(), over));
     for (auto job = jobs_.begin(); job != jobs_.end();) {
-        const Entry &entry = job->second;
-        const bool old = entry.record->closed() &&
-                         entry.ended != std::chrono::steady_clock::time_point() &&
-                         now - entry.ended > kKeptAfterEnd;
+        const bool old =
+            over(*job) && (ended > kMostEnded || now - job->second.ended > kKeptAfterEnd);
+        ended -= old ? 1 : 0;
         job = old ? jobs_.erase(job) : std::next(job);
     }
 }
@@ -295,8 +298,8 @@ void ScanService::shutDown()
     for (auto &[number, entry] : jobs_) {
         if (entry.job)
             entry.job->stop();
-        else if (entry.recorder)
-            entry.recorder->ended(scan::JobEnd::Stopped, scan::Totals(), std::string());
+        else if (const auto recorder = std::move(entry.recorder))
+            recorder->ended(scan::JobEnd::Stopped, scan::Totals(), std::string());
     }
     for (auto &[number, entry] : jobs_)
         if (entry.job)

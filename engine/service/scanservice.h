@@ -30,7 +30,9 @@ class ScanService : public QObject
 
 public:
     static constexpr std::size_t kMostJobs = 4;
+    // Scans that have ended are kept so long for those who ask, and no more than so many.
     static constexpr std::chrono::hours kKeptAfterEnd{1};
+    static constexpr std::size_t kMostEnded = 100;
 
     struct Rooms {
         store::ReportStore &reports;
@@ -74,13 +76,13 @@ private:
     };
 
     std::optional<Started> refuse(uint kind, const QByteArray &path) const;
-    void begin(uint job, const std::vector<std::string> &roots, const std::string &signatureFolder);
+    void begin(uint job, const std::vector<std::string> &roots, const SignatureSet &set);
     void ended(uint job);
     void dropOld();
     Entry *find(uint job);
 
     Rooms rooms_;
-    std::string signatureFolder_;
+    SignatureSet signatures_; // what the pool was told to use
     std::map<uint, Entry> jobs_;
     uint lastNumber_ = 0;
 };

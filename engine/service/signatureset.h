@@ -12,6 +12,13 @@ struct SignatureSet {
     std::string folder;
     std::string version;
     std::time_t time = 0; // of the newest file; 0 if unknown
+
+    bool operator==(const SignatureSet &other) const
+    {
+        return kind == other.kind && folder == other.folder && version == other.version &&
+               time == other.time;
+    }
+    bool operator!=(const SignatureSet &other) const { return !(*this == other); }
 };
 
 // The set of the given folder, or else the best there is: an updated one, the distribution's, the

@@ -31,7 +31,7 @@ constexpr std::int64_t kVersion = sizeof kMigrations / sizeof kMigrations[0];
 std::string systemReason()
 {
     return std::strerror(errno);
-} // NOLINT(concurrency-mt-unsafe)
+}
 
 bool isDamage(int code)
 {
@@ -89,6 +89,12 @@ std::unique_ptr<Database> Database::open(const std::string &folder, std::string 
     if (database->damaged_) {
         database->disconnect();
         failure = database->recover();
+        if (failure.empty())
+            failure = database->connect();
+    }
+    if (database->damaged_) {
+        database->disconnect();
+        failure = database->beginAnew();
         if (failure.empty())
             failure = database->connect();
     }
@@ -153,6 +159,7 @@ std::string Database::putAside()
 
 std::string Database::recover()
 {
+    damaged_ = false;
     struct stat good {
     };
     const bool have = fstatat(folderFd_, kGood, &good, AT_SYMLINK_NOFOLLOW) == 0;
@@ -166,6 +173,19 @@ std::string Database::recover()
     fsync(folderFd_);
     notice_ = std::string("the database was damaged and is kept as ") + folder_ + "/" + kDamaged +
               (have ? "; its last good copy was restored" : "; a new one was begun");
+    return std::string();
+}
+
+// The first damaged one is kept.
+std::string Database::beginAnew()
+{
+    damaged_ = false;
+    for (const std::string &name : {std::string(kName), kName + std::string(kCompanions[0]),
+                                    kName + std::string(kCompanions[1]), std::string(kGood)})
+        if (unlinkat(folderFd_, name.c_str(), 0) != 0 && errno != ENOENT)
+            return "cannot remove " + folder_ + "/" + name + ": " + systemReason();
+    notice_ = "the database was damaged and is kept as " + folder_ + "/" + kDamaged +
+              "; its last good copy was damaged too, and a new one was begun";
     return std::string();
 }
 

@@ -37,10 +37,11 @@ public:
 
 private:
     explicit Database(std::string folder, int folderFd);
-    std::string connect();  // empty, or why not
-    bool sound();           // the quick check passes
-    std::string putAside(); // makes room for the good copy
-    std::string recover();  // puts the good copy in the place of a damaged database
+    std::string connect();   // empty, or why not
+    bool sound();            // the quick check passes
+    std::string putAside();  // makes room for the good copy
+    std::string recover();   // puts the good copy in the place of a damaged database
+    std::string beginAnew(); // where that is damaged as well
     std::string migrate();
     void disconnect();
 

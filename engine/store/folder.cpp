@@ -15,7 +15,7 @@ namespace
 std::string systemReason()
 {
     return std::strerror(errno);
-} // NOLINT(concurrency-mt-unsafe)
+}
 
 bool makeFolders(const std::string &path)
 {

@@ -51,6 +51,10 @@ struct ReportTotals {
 inline constexpr std::size_t kListedPasses = 1000;
 inline constexpr std::size_t kListedOfReason = 200;
 
+// Threats are listed until their texts come to so many bytes: more than anybody reads, and a report
+// still passes over the bus as one message.
+inline constexpr std::size_t kListedThreatText = 8u << 20u;
+
 struct Report {
     std::string key;
     NewReport head;
@@ -58,7 +62,8 @@ struct Report {
     std::time_t ended = 0;
     std::string failure;
     std::optional<ReportTotals> totals; // none where the scan was interrupted
-    std::vector<ReportedThreat> threats;
+    std::uint64_t threatCount = 0;
+    std::vector<ReportedThreat> threats; // the listed ones
     std::uint64_t skips = 0;
     std::uint64_t errors = 0;
     std::vector<ReportedPass> passes; // the listed ones

@@ -280,9 +280,16 @@ bool ReportStore::readParts(Id id, Report &report)
     Statement threats(database_, "SELECT path, name, class, outcome FROM threat WHERE report = ? "
                                  "ORDER BY number");
     threats.bind(id);
-    while ((step = threats.step()) == Statement::Step::Row)
+    std::size_t length = 0;
+    while ((step = threats.step()) == Statement::Step::Row) {
+        ++report.threatCount;
+        if (length >= kListedThreatText)
+            continue;
         report.threats.push_back(
             {threats.text(0), threats.text(1), threats.text(2), threats.text(3)});
+        const ReportedThreat &listed = report.threats.back();
+        length += listed.path.size() + listed.name.size() + listed.outcome.size();
+    }
     if (step == Statement::Step::Failed)
         return false;
     Statement passes(database_, "SELECT kind, path, reason FROM passed_over WHERE report = ? "

@@ -83,10 +83,16 @@ void writeTotals(std::string &text, const Report &report)
     line(text, "    Errors", counted(totals.errors));
 }
 
+void writeRest(std::string &text, std::uint64_t listed, std::uint64_t count)
+{
+    if (listed < count)
+        text += "Only " + number(listed) + " of them are listed.\n";
+}
+
 void writeThreats(std::string &text, const Report &report)
 {
-    text += "\nThreats (" + number(report.threats.size()) + ")\n";
-    if (report.threats.empty())
+    text += "\nThreats (" + number(report.threatCount) + ")\n";
+    if (report.threatCount == 0)
         text += "    No threat was found in what was scanned.\n";
     for (const ReportedThreat &threat : report.threats) {
         text += threat.path + "\n";
@@ -94,6 +100,7 @@ void writeThreats(std::string &text, const Report &report)
         text += "    Class: " + threat.threatClass + "\n";
         text += "    Done: " + threat.outcome + "\n";
     }
+    writeRest(text, report.threats.size(), report.threatCount);
 }
 
 // What shares a reason stands together, the rarest first: a thousand links say less than one
@@ -128,8 +135,7 @@ void writePasses(std::string &text, const Report &report, PassedKind kind, const
             text += "    " + pass->path + "\n";
         listed += group.size();
     }
-    if (listed < count)
-        text += "Only " + number(listed) + " of them are listed.\n";
+    writeRest(text, listed, count);
 }
 
 } // namespace

@@ -8,7 +8,6 @@
 
 #include <cstdio>
 #include <cstring>
-#include <sys/prctl.h>
 #include <unistd.h>
 
 namespace

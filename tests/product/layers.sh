@@ -16,7 +16,7 @@ declare -A allowed=(
     [engine/worker]='worker/ scan/workerprotocol.h'
     [engine/client]='client/ engine/ interface/ files/'
     [engine/service]='service/ interface/ files/ store/ scan/'
-    [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h'
+    [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h'
 )
 
 wrong=0

@@ -46,6 +46,20 @@ TEST(Printable, showsEachNameUnambiguously)
         EXPECT_EQ(printable(row.bytes), row.shown);
 }
 
+TEST(Printable, shortensToABeginningAndAnEnd)
+{
+    EXPECT_EQ(printable("short", 20), "short");
+    EXPECT_EQ(printable("01234567890123456789", 20), "01234567890123456789");
+    EXPECT_EQ(printable("012345678901234567890", 20), "0123456 \u2026 4567890");
+    for (std::size_t most = 5; most < 40; ++most)
+        EXPECT_LE(printable(std::string(100, '\xFF'), most).size(), most);
+    // No character is cut in two.
+    std::string umlauts;
+    for (int count = 0; count < 50; ++count)
+        umlauts += "\u00E4";
+    EXPECT_EQ(printable(umlauts, 20), "\u00E4\u00E4\u00E4 \u2026 \u00E4\u00E4\u00E4");
+}
+
 TEST(Printable, leavesNoControlWhateverTheBytes)
 {
     for (unsigned first = 0; first < 256; ++first) {

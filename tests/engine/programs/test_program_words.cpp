@@ -36,6 +36,7 @@ private slots:
     void percentIsHonest();
     void verdicts_data();
     void verdicts();
+    void nothingScannedIsNotClean();
     void notScannedIsNeverHidden();
     void signatures_data();
     void signatures();
@@ -256,6 +257,18 @@ void TestProgramWords::verdicts()
     progress.failure = failure;
     QTEST(verdictSentence(progress), "sentence");
     QTEST(static_cast<int>(exitCode(progress)), "code");
+}
+
+void TestProgramWords::nothingScannedIsNotClean()
+{
+    interface::ScanProgress progress;
+    progress.state = interface::Finished;
+    QCOMPARE(exitCode(progress), NoThreats); // an empty folder
+    progress.errors = 1;
+    QCOMPARE(exitCode(progress), ScanFailed);
+    QCOMPARE(verdictSentence(progress), QStringLiteral("Nothing could be scanned."));
+    progress.clean = 1;
+    QCOMPARE(exitCode(progress), NoThreats);
 }
 
 void TestProgramWords::notScannedIsNeverHidden()

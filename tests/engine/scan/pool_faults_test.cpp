@@ -2,6 +2,7 @@
 #include "engine/scan/pool_fixture.h"
 
 #include <chrono>
+#include <fcntl.h>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <iterator>
@@ -118,6 +119,19 @@ TEST_F(PoolFaults, LiesAreNotBelieved)
         // The control socket, the worker's and the temporary folder.
         EXPECT_TRUE(eventually([before] { return openDescriptors() == before + 3; })) << how;
     }
+}
+
+TEST_F(PoolFaults, AWorkerThatSaysItLeavesAndStaysIsReplaced)
+{
+    WorkerPool pool(config(faultyWorker(), 1));
+    EXPECT_EQ(scanOne(pool, fault("lie leaving")).kind, VerdictKind::Threat);
+    const auto session = pool.open();
+    const auto path = folder.write("after", "text");
+    const talo::files::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC));
+    session->submit(1, file.get(), 4, {});
+    const auto result = session->next(std::chrono::seconds(20));
+    ASSERT_TRUE(result);
+    EXPECT_EQ(result->verdict.kind, VerdictKind::Clean);
 }
 
 TEST_F(PoolFaults, BinaryTextIsMadeReadable)

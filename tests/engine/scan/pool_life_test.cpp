@@ -4,6 +4,7 @@
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <ctime>
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -234,6 +235,26 @@ TEST_F(PoolLife, SignaturesChangeInTheMidstOfAScan)
     EXPECT_EQ(verdicts.size(), files.size());
     for (const auto &[name, verdict] : verdicts)
         EXPECT_EQ(verdict.kind, VerdictKind::Threat) << name << describe(verdict);
+}
+
+TEST_F(PoolLife, WaitsIdlyForAnOldCrewThatHasLostAWorker)
+{
+    WorkerPool pool(config(faultyWorker(), 2));
+    ASSERT_EQ(pool.load(), "");
+    ASSERT_TRUE(eventually([] { return processesOf(faultyWorker()).size() == 3; }));
+    const std::vector<pid_t> old = processesOf(faultyWorker());
+    Submitted hanging(pool, hang());
+    ASSERT_TRUE(
+        eventually([&old] { return processorTime(old[1]) > 5 || processorTime(old[2]) > 5; }));
+    const pid_t idle = processorTime(old[1]) > 5 ? old[2] : old[1];
+    pool.useSignatures(builtInSignatures());
+    ASSERT_TRUE(eventually([] { return processesOf(faultyWorker()).size() == 6; }));
+    kill(idle, SIGKILL);
+    ASSERT_TRUE(eventually([] { return processesOf(faultyWorker()).size() == 5; }));
+    const std::clock_t before = std::clock();
+    std::this_thread::sleep_for(500ms);
+    EXPECT_LT(std::clock() - before, CLOCKS_PER_SEC / 25);
+    hanging.session->cancel();
 }
 
 TEST_F(PoolLife, ACancelledFileIsDroppedSoon)

@@ -48,6 +48,7 @@ private slots:
     void limitsItsJobs();
     void allowsOneFullAndOneQuickScan();
     void scansReportsAndQuarantines();
+    void forgetsTheOldestOfManyEndedScans();
     void goesOnWhenTheCallerHasGone();
     void stopsAPausedJob();
     void closesTheReportOfAKilledScan();
@@ -286,6 +287,20 @@ void ServiceTest::scansReportsAndQuarantines()
 
     QCOMPARE(ask(caller_, kReports, "Delete", {end.report}).arguments().value(0).toInt(), 0);
     QCOMPARE(reportTexts(), QStringList());
+}
+
+// Each one that is kept holds memory and threads.
+void ServiceTest::forgetsTheOldestOfManyEndedScans()
+{
+    QVERIFY(start(signatures_));
+    const QString place = folder_->filePath("place");
+    QVERIFY(write(place, "text"));
+    const uint first = begin(place);
+    QCOMPARE(waitForEnd(first).state, uint(Finished));
+    for (int count = 0; count < 102; ++count)
+        QCOMPARE(waitForEnd(begin(place)).state, uint(Finished));
+    QCOMPARE(scan("Progress", {first, 0U}).errorName(), QString(kErrorNotFound));
+    QVERIFY(scan("Progress", {first + 102, 0U}).type() == QDBusMessage::ReplyMessage);
 }
 
 void ServiceTest::goesOnWhenTheCallerHasGone()

@@ -180,6 +180,20 @@ TEST(Database, BeginsANewOneWhereADamagedOneHasNoCopy)
     EXPECT_NE(notice.find("a new one was begun"), std::string::npos) << notice;
 }
 
+TEST(Database, BeginsANewOneWhereItsGoodCopyIsDamagedToo)
+{
+    const TemporaryFolder place;
+    addReport(place.path());
+    overwrite(place.file("taloantivirus.db"), 0, 100);
+    overwrite(place.file("taloantivirus.db.good"), 0, 100);
+    std::string notice;
+    EXPECT_EQ(countReports(place.path(), notice), 0U);
+    EXPECT_NE(notice.find("good copy was damaged too"), std::string::npos) << notice;
+    EXPECT_TRUE(std::filesystem::exists(place.file("taloantivirus.db.damaged")));
+    EXPECT_EQ(countReports(place.path(), notice), 0U);
+    EXPECT_EQ(notice, "");
+}
+
 TEST(Database, KeepsItsOldCopyWhereANewOneCannotBeMade)
 {
     const TemporaryFolder place;

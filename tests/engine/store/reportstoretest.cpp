@@ -233,6 +233,18 @@ TEST_F(Reports, DoNotLetManyLinksCrowdOutTheOneArchive)
     EXPECT_TRUE(has(text, "    /link/199\nOnly 201 of them are listed.\n"));
 }
 
+TEST_F(Reports, WithTooManyThreatsForOneMessageCountThemAndListTheFirst)
+{
+    const ReportStore::Id id = reports->begin({"Full Scan", "/", "built-in", now});
+    const std::string longPath = "/" + std::string(1u << 20u, 'x');
+    for (int file = 0; file < 12; ++file)
+        reports->addThreat(id, {longPath, "Eicar", "infected", "left"});
+    const std::string text = reports->read(reports->finish(id, Outcome::Completed, {}, "")).text;
+    EXPECT_LT(text.size(), std::size_t{10} << 20u);
+    EXPECT_TRUE(has(text, "\nThreats (12)\n"));
+    EXPECT_TRUE(has(text, "Only 8 of them are listed.\n"));
+}
+
 TEST_F(Reports, AnUnfinishedScanIsNotListedUntilItIsClosedAsInterrupted)
 {
     const ReportStore::Id id = reports->begin({"Quick Scan", "Programs", "built-in", now});

@@ -94,6 +94,8 @@ void lie(std::string_view how, int socket)
         verdict.detail.length = 0xffffffff;
     else if (how == "reasonless")
         verdict.detail.set("");
+    else if (how == "leaving")
+        verdict.leaving = 1;
     else if (how == "descriptor")
         descriptor = socket;
     else if (how == "binary")
