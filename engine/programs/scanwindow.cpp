@@ -1,6 +1,5 @@
 #include "programs/scanwindow.h"
 
-#include "pages/screencentre.h"
 #include "programs/elidedlabel.h"
 #include "programs/scanfigures.h"
 #include "programs/signatures.h"
@@ -56,7 +55,6 @@ ScanWindow::ScanWindow(const ScanRequest &request, client::ScanJob &job, QWidget
     layout->addWidget(createMiddle(), 1);
     layout->addWidget(createBottom());
     setFixedSize(600, 520);
-    talo::centreOnScreen(this);
 
     connectJob();
     showProgress(interface::ScanProgress());

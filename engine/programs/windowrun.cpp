@@ -1,6 +1,7 @@
 #include "programs/windowrun.h"
 
 #include "client/scanjob.h"
+#include "pages/screencentre.h"
 #include "programs/reportview.h"
 #include "programs/scanwindow.h"
 
@@ -64,6 +65,7 @@ int runScanWindow(int &argc, char **argv, const ScanRequest &request)
     client::ScanJob job;
     ScanWindow window(request, job);
     QObject::connect(&window, &ScanWindow::reportWanted, &window, &showReport);
+    talo::centreOnScreen(&window);
     window.show();
     job.start(request.kind, request.path);
     QApplication::exec();
