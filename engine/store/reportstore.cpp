@@ -20,6 +20,7 @@ constexpr int kStartAfterEnd = 205;
 constexpr int kNoDate = 206;
 
 constexpr std::size_t kBatch = 100;
+constexpr std::size_t kMostUnstored = 10000; // threats; the totals count the others
 constexpr char kLastFullScan[] = "last_full_scan";
 constexpr std::size_t kDateLength = 10; // of "2026-11-21"
 
@@ -109,9 +110,9 @@ void ReportStore::addThreat(Id report, const ReportedThreat &threat)
     const auto open = open_.find(report);
     if (open == open_.end())
         return;
-    open->second.newThreats.push_back(threat);
-    if (!flush(report, open->second))
-        tell("cannot take down the threat in " + threat.path);
+    if (open->second.newThreats.size() < kMostUnstored)
+        open->second.newThreats.push_back(threat);
+    store(report, open->second, "cannot take down the threat in " + threat.path);
 }
 
 void ReportStore::addPassedOver(Id report, const ReportedPass &pass)
@@ -130,8 +131,18 @@ void ReportStore::addPassedOver(Id report, const ReportedPass &pass)
     }
     if (open.newPasses.size() < kBatch && clock_() == open.flushed)
         return;
-    if (!flush(report, open))
-        tell("cannot take down what was passed over");
+    store(report, open, "cannot take down what was passed over");
+}
+
+// While the drive is full, neither the log nor the drive is to hear of every single file.
+void ReportStore::store(Id report, Open &open, const std::string &failure)
+{
+    if (open.failing && clock_() == open.flushed)
+        return;
+    const bool failed = !flush(report, open);
+    if (failed && !open.failing)
+        tell(failure);
+    open.failing = failed;
 }
 
 // What cannot be written now stays and is tried again with the next flush.

@@ -81,9 +81,11 @@ private:
         std::vector<ReportedThreat> newThreats;
         std::vector<ReportedPass> newPasses;
         std::time_t flushed = 0;
+        bool failing = false; // since the last flush; told once
     };
 
     void closeInterrupted();
+    void store(Id report, Open &open, const std::string &failure);
     bool flush(Id report, Open &open);
     bool write(Id report, const Open &open, std::time_t now);
     std::pair<std::time_t, std::string> freeKey(std::time_t ended);

@@ -265,6 +265,23 @@ TEST_F(Reports, AnUnfinishedScanIsNotListedUntilItIsClosedAsInterrupted)
     EXPECT_EQ(reports->interrupted(), 0U);
 }
 
+TEST_F(Reports, TellOnceOfAStoreThatFailsAndStoreLaterWhatTheyCould)
+{
+    int told = 0;
+    reports->onFailure([&told](const std::string &) { ++told; });
+    const ReportStore::Id id = reports->begin({"Custom Scan", "/srv", "built-in", now});
+    ASSERT_TRUE(Statement(*database, "PRAGMA query_only = 1").run());
+    for (int number = 0; number < 50; ++number) {
+        reports->addThreat(id, {"/srv/" + std::to_string(number), "T", "infected", "reported"});
+        now += number % 2;
+    }
+    EXPECT_EQ(told, 1);
+    ASSERT_TRUE(Statement(*database, "PRAGMA query_only = 0").run());
+    const std::string text = reports->read(reports->finish(id, Outcome::Completed, {}, "")).text;
+    EXPECT_TRUE(has(text, "/srv/0")) << text;
+    EXPECT_TRUE(has(text, "/srv/49")) << text;
+}
+
 TEST_F(Reports, OutcomesReadAsWords)
 {
     EXPECT_TRUE(has(reports->read(addEndingAt(now, "Full Scan", Outcome::Stopped)).text,
