@@ -12,9 +12,10 @@ struct Limits {
     std::uint64_t fileSize = 0;
 };
 
-// The three together; each says why it failed, or nothing. Not to be undone.
+// To be used together; each says why it failed, or nothing. Not to be undone.
 std::string limitResources(const Limits &limits);
 std::string confineToFolder(int folder); // the file system; nothing where the kernel cannot
+std::string confineToNothing();          // the same, with no folder at all
 std::string filterSystemCalls();
 
 // This process's address space in bytes; 0 where it cannot be told.
