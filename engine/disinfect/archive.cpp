@@ -103,8 +103,8 @@ la_ssize_t ArchiveReader::readMore(archive *archive, void *self, const void **da
     auto *reader = static_cast<ArchiveReader *>(self);
     ssize_t count = 0;
     do
-        count = pread(reader->fd_, reader->buffer_.data(), reader->buffer_.size(),
-                      reader->position_);
+        count =
+            pread(reader->fd_, reader->buffer_.data(), reader->buffer_.size(), reader->position_);
     while (count < 0 && errno == EINTR);
     if (count < 0) {
         archive_set_error(archive, errno, "cannot be read");

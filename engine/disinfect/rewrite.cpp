@@ -183,9 +183,9 @@ private:
         writer_->begin(entry);
         std::string piece(65536, '\0');
         for (std::uint64_t done = 0; done < size;) {
-            const ssize_t count = pread(files_.part, piece.data(),
-                                        std::min<std::uint64_t>(piece.size(), size - done),
-                                        static_cast<off_t>(done));
+            const ssize_t count =
+                pread(files_.part, piece.data(), std::min<std::uint64_t>(piece.size(), size - done),
+                      static_cast<off_t>(done));
             if (count < 0 && errno == EINTR)
                 continue;
             if (count <= 0)

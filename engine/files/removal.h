@@ -26,8 +26,8 @@ std::optional<Error> removeExactly(int folder, const std::string &name, const Id
 std::optional<Error> replaceExactly(int folder, const std::string &name, const Identity &wanted,
                                     const std::string &token, int replacement);
 
-// Clears away what removeExactly() or replaceExactly() left when it was killed: finishes the removal if the captured
-// file is `wanted`, puts anything else back. Nothing to clear is no error.
+// Clears away what removeExactly() or replaceExactly() left when it was killed: finishes the
+// removal if the captured file is `wanted`, puts anything else back. Nothing to clear is no error.
 std::optional<Error> recoverCapture(int folder, const std::string &name, const Identity &wanted,
                                     const std::string &token);
 

@@ -10,9 +10,8 @@ std::string otherNames(nlink_t count)
 {
     if (count == 0)
         return {};
-    return count == 1
-               ? "; one other name of this file is still there"
-               : "; " + std::to_string(count) + " other names of this file are still there";
+    return count == 1 ? "; one other name of this file is still there"
+                      : "; " + std::to_string(count) + " other names of this file are still there";
 }
 
 std::string deleteFile(const Quarantine::Catch &file, Quarantine &quarantine, bool &done)

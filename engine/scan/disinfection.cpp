@@ -83,8 +83,7 @@ Result<std::uint32_t> Disinfection::clean(int original, std::uint64_t size, int 
     const UniqueFd reading = readOnly(part.get());
     if (!reading)
         return files::systemError(errno);
-    auto process =
-        DisinfectorProcess::start(config_.program, {original, result, part.get()});
+    auto process = DisinfectorProcess::start(config_.program, {original, result, part.get()});
     if (!process)
         return process.error();
     const auto decide = [&]() -> Result<Fate> {
@@ -98,8 +97,8 @@ Result<std::uint32_t> Disinfection::clean(int original, std::uint64_t size, int 
             return Fate::Keep;
         return notJudged("a part of it", verdict);
     };
-    const auto until = std::chrono::steady_clock::now() + config_.time +
-                       std::chrono::seconds(size / (4u << 20u));
+    const auto until =
+        std::chrono::steady_clock::now() + config_.time + std::chrono::seconds(size / (4u << 20u));
     const auto removed = process->serve(decide, until, isStopped_);
     if (removed && *removed == 0)
         return Error{0, "no part of it alone is infected"};

@@ -306,8 +306,7 @@ void Job::Impl::takeThreat(const Walk::Found &file, const std::string &name)
     threat.name = name;
     threat.threatClass = classOf(file.path, name);
     const Disinfection disinfection(
-        {settings_.disinfector},
-        [this](int fd, std::uint64_t size) { return judgeNow(fd, size); },
+        {settings_.disinfector}, [this](int fd, std::uint64_t size) { return judgeNow(fd, size); },
         [this] { return control_.state() == JobControl::State::Stopped; });
     threat.outcome = actOn({file.folder->get(), file.name, file.fd.get(), file.path, name},
                            actionsFor(threat.threatClass, settings_), quarantine_, disinfection);

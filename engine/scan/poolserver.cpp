@@ -46,8 +46,8 @@ std::unique_ptr<PoolServer> PoolServer::start(const PoolConfig &config, unsigned
     server->control_.reset(ends[0]);
     const UniqueFd theirs(ends[1]);
     const int error =
-        spawnBare(config.workerProgram,
-                  {theirs.get(), signatures.get(), server->scratch_.fd()}, server->pid_);
+        spawnBare(config.workerProgram, {theirs.get(), signatures.get(), server->scratch_.fd()},
+                  server->pid_);
     if (error != 0) {
         server->pid_ = -1;
         failure = cannot(config.workerProgram + " cannot be started", error);

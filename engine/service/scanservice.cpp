@@ -5,6 +5,7 @@
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
 #include "service/log.h"
+#include "service/paths.h"
 
 #include <cerrno>
 #include <sys/stat.h>
@@ -178,6 +179,7 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots,
     }
     scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
+    settings.disinfector = disinfectorProgram();
     entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings, rooms_.pool,
                                              rooms_.quarantine, std::move(entry->recorder));
     if (entry->pauseAsked)
