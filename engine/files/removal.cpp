@@ -65,14 +65,25 @@ Error keptError(const Error &cause, const std::string &captureName)
                             " beside it and could not be put back: " + cause.text};
 }
 
+constexpr int kNothing = -1; // comes in the place of what is removed
+
+// Gives the name to an open file that has none. Nothing to give it to is done as well.
+bool giveName(int replacement, int folder, const std::string &name)
+{
+    const std::string self = "/proc/self/fd/" + std::to_string(replacement);
+    return replacement == kNothing ||
+           linkat(AT_FDCWD, self.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
+}
+
 // Decides about what was captured: unlinks it if it is `wanted`, else puts it back.
 std::optional<Error> settle(int capture, int folder, const std::string &name,
-                            const Identity &wanted, const std::string &captureName)
+                            const Identity &wanted, const std::string &captureName,
+                            int replacement = kNothing)
 {
     struct stat captured = {};
     const bool known = fstatat(capture, kCaptured, &captured, AT_SYMLINK_NOFOLLOW) == 0;
     const bool meant = known && identityOf(captured) == wanted;
-    if (meant && unlinkat(capture, kCaptured, 0) == 0)
+    if (meant && giveName(replacement, folder, name) && unlinkat(capture, kCaptured, 0) == 0)
         return std::nullopt;
     const Error error =
         known && !meant ? Error{ESTALE, "another file has its name now"} : systemError(errno);
@@ -83,8 +94,11 @@ std::optional<Error> settle(int capture, int folder, const std::string &name,
 
 } // namespace
 
-std::optional<Error> removeExactly(int folder, const std::string &name, const Identity &wanted,
-                                   const std::string &token)
+namespace
+{
+
+std::optional<Error> exchange(int folder, const std::string &name, const Identity &wanted,
+                              const std::string &token, int replacement)
 {
     const std::string captureName = captureFolderName(token);
     if (mkdirat(folder, captureName.c_str(), 0700) != 0)
@@ -98,10 +112,24 @@ std::optional<Error> removeExactly(int folder, const std::string &name, const Id
     if (renameat2(folder, name.c_str(), capture->get(), kCaptured, RENAME_NOREPLACE) != 0)
         error = systemError(errno);
     else
-        error = settle(capture->get(), folder, name, wanted, captureName);
+        error = settle(capture->get(), folder, name, wanted, captureName, replacement);
     // Stays, and is named in the error, if what was captured could not be put back.
     unlinkat(folder, captureName.c_str(), AT_REMOVEDIR);
     return error;
+}
+
+} // namespace
+
+std::optional<Error> removeExactly(int folder, const std::string &name, const Identity &wanted,
+                                   const std::string &token)
+{
+    return exchange(folder, name, wanted, token, kNothing);
+}
+
+std::optional<Error> replaceExactly(int folder, const std::string &name, const Identity &wanted,
+                                    const std::string &token, int replacement)
+{
+    return exchange(folder, name, wanted, token, replacement);
 }
 
 std::optional<Error> recoverCapture(int folder, const std::string &name, const Identity &wanted,

@@ -20,8 +20,14 @@ namespace talo::files
 std::optional<Error> removeExactly(int folder, const std::string &name, const Identity &wanted,
                                    const std::string &token);
 
-// Clears away what removeExactly() left when it was killed: finishes the removal if the captured
-// file is `wanted`, puts anything else back. Nothing to clear is no error.
+// The same, and then gives `name` to `replacement`, an open file without a name on the same file
+// system. Where another file has taken the name meanwhile, nothing is replaced. A kill between the
+// two leaves what recoverCapture() makes a removal of.
+std::optional<Error> replaceExactly(int folder, const std::string &name, const Identity &wanted,
+                                    const std::string &token, int replacement);
+
+// Clears away what removeExactly() or replaceExactly() left when it was killed: finishes the
+// removal if the captured file is `wanted`, puts anything else back. Nothing to clear is no error.
 std::optional<Error> recoverCapture(int folder, const std::string &name, const Identity &wanted,
                                     const std::string &token);
 

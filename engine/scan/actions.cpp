@@ -6,19 +6,34 @@ namespace talo::scan
 namespace
 {
 
+std::string otherNames(nlink_t count)
+{
+    if (count == 0)
+        return {};
+    return count == 1 ? "; one other name of this file is still there"
+                      : "; " + std::to_string(count) + " other names of this file are still there";
+}
+
 std::string deleteFile(const Quarantine::Catch &file, Quarantine &quarantine, bool &done)
 {
     const auto kept = quarantine.take(file);
     done = static_cast<bool>(kept);
     if (!done)
         return "could not be deleted: " + kept.error().text + "; still there";
-    std::string text = "moved to quarantine (" + kept->id + ")";
-    if (kept->otherNames == 1)
-        text += "; one other name of this file is still there";
-    else if (kept->otherNames > 1)
-        text +=
-            "; " + std::to_string(kept->otherNames) + " other names of this file are still there";
-    return text;
+    return "moved to quarantine (" + kept->id + ")" + otherNames(kept->otherNames);
+}
+
+std::string disinfect(const Quarantine::Catch &file, Quarantine &quarantine,
+                      const Disinfection &disinfection, bool &done)
+{
+    const auto cleaned = disinfection.run(file, quarantine);
+    done = static_cast<bool>(cleaned);
+    if (!done)
+        return "could not be disinfected: " + cleaned.error().text + "; still there";
+    const std::string parts =
+        cleaned->removed == 1 ? "1 part" : std::to_string(cleaned->removed) + " parts";
+    return "disinfected: " + parts + " removed, the original is in quarantine (" +
+           cleaned->original.id + ")" + otherNames(cleaned->original.otherNames);
 }
 
 } // namespace
@@ -48,29 +63,33 @@ const ClassActions &actionsFor(ThreatClass threatClass, const ScanSettings &sett
 }
 
 std::string actOn(const Quarantine::Catch &file, const ClassActions &actions,
-                  Quarantine &quarantine)
+                  Quarantine &quarantine, const Disinfection &disinfection)
 {
     std::string failure;
+    bool triedDisinfecting = false;
+    bool triedDeleting = false;
     for (const Action action : {actions.first, actions.second}) {
-        switch (action) {
-        case Action::Disinfect:
+        if (action == Action::Report)
             break;
-        case Action::DisinfectOrDelete:
-        case Action::Delete: {
-            if (!failure.empty())
-                break; // failed already
-            bool done = false;
-            std::string text = deleteFile(file, quarantine, done);
-            if (done)
-                return text;
-            failure = std::move(text);
-            break;
+        bool done = false;
+        if (action != Action::Delete && !triedDisinfecting && disinfection.isPossible()) {
+            triedDisinfecting = true;
+            failure = disinfect(file, quarantine, disinfection, done);
+            // Whoever stops a scan does not mean the second action instead.
+            if (done || disinfection.isStopped())
+                return failure;
         }
-        case Action::Report:
-            return failure.empty() ? "reported only" : failure;
+        if (action != Action::Disinfect && !triedDeleting) {
+            triedDeleting = true;
+            failure = deleteFile(file, quarantine, done);
+            if (done)
+                return failure;
         }
     }
-    return failure.empty() ? "could not be disinfected; still there" : failure;
+    if (!failure.empty())
+        return failure;
+    const bool asked = actions.first == Action::Report || actions.second == Action::Report;
+    return asked ? "reported only" : "could not be disinfected; still there";
 }
 
 } // namespace talo::scan

@@ -1,6 +1,7 @@
 // What is done about a threat.
 #pragma once
 
+#include "scan/disinfection.h"
 #include "scan/job.h"
 #include "scan/quarantine.h"
 
@@ -18,10 +19,9 @@ ThreatClass classOf(std::string_view path, std::string_view threatName);
 const ClassActions &actionsFor(ThreatClass threatClass, const ScanSettings &settings);
 
 // Does the first action, and the second where the first cannot be done. Says in words what came of
-// it, which is also true when nothing could be done. Files in an archive share the fate of the
-// archive. Removing only the malicious part of a file is not possible, so that Disinfect cannot be
-// done, and DisinfectOrDelete deletes.
+// it, which is also true when nothing could be done. Disinfect removes the malicious part of a file
+// where the file can do without; DisinfectOrDelete deletes where not.
 std::string actOn(const Quarantine::Catch &file, const ClassActions &actions,
-                  Quarantine &quarantine);
+                  Quarantine &quarantine, const Disinfection &disinfection);
 
 } // namespace talo::scan

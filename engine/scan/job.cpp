@@ -118,6 +118,7 @@ private:
     void take(Walk::Found &file, const Verdict &verdict);
     void takeThreat(const Walk::Found &file, const std::string &name);
     void passOver(const Walk::Found &file, VerdictKind kind, const std::string &reason);
+    Verdict judgeNow(int fd, std::uint64_t size);
 
     const ScanKind kind_;
     const std::vector<std::string> roots_;
@@ -304,8 +305,11 @@ void Job::Impl::takeThreat(const Walk::Found &file, const std::string &name)
     threat.path = file.path;
     threat.name = name;
     threat.threatClass = classOf(file.path, name);
+    const Disinfection disinfection(
+        {settings_.disinfector}, [this](int fd, std::uint64_t size) { return judgeNow(fd, size); },
+        [this] { return control_.state() == JobControl::State::Stopped; });
     threat.outcome = actOn({file.folder->get(), file.name, file.fd.get(), file.path, name},
-                           actionsFor(threat.threatClass, settings_), quarantine_);
+                           actionsFor(threat.threatClass, settings_), quarantine_, disinfection);
     recorder_->threat(threat);
 
     const std::lock_guard<std::mutex> lock(mutex_);
@@ -315,6 +319,19 @@ void Job::Impl::takeThreat(const Walk::Found &file, const std::string &name)
         threatText_ += text;
         threats_.push_back(std::move(threat));
     }
+}
+
+// Apart from the walk, which goes on meanwhile with what the workers hold already.
+Verdict Job::Impl::judgeNow(int fd, std::uint64_t size)
+{
+    const auto session = source_->open();
+    session->submit(1, fd, size, settings_.options);
+    while (session->pending() > 0 && control_.state() != JobControl::State::Stopped) {
+        if (const auto result = session->next(kAttention))
+            return result->verdict;
+    }
+    session->cancel();
+    return {VerdictKind::Error, "the scanner gave no answer"};
 }
 
 void Job::Impl::passOver(const Walk::Found &file, VerdictKind kind, const std::string &reason)

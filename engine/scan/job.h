@@ -38,6 +38,7 @@ struct ScanSettings {
     ClassActions hidden{Action::Disinfect, Action::Delete};
     std::vector<std::string> leaveOut; // folders of our own that no scan enters
     ExclusionPatterns excluded;
+    std::string disinfector; // path of talo-disinfect; empty: nothing is disinfected
 };
 
 struct Threat {

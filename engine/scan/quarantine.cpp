@@ -12,6 +12,7 @@
 #include <fcntl.h>
 #include <sodium.h>
 #include <sys/statvfs.h>
+#include <sys/xattr.h>
 
 namespace talo::scan
 {
@@ -126,6 +127,38 @@ std::optional<Error> lackOfSpace(int vault, const struct stat &file)
     return std::nullopt;
 }
 
+bool isChanged(const struct stat &before, const struct stat &after)
+{
+    return after.st_size != before.st_size || !sameTime(after.st_mtim, before.st_mtim);
+}
+
+// Without the list, the group's bits of the mode would allow what the list did not.
+bool copyAccessList(int from, int to)
+{
+    constexpr char kList[] = "system.posix_acl_access";
+    char list[4096];
+    const ssize_t size = fgetxattr(from, kList, list, sizeof list);
+    if (size < 0)
+        return errno == ENODATA || errno == EOPNOTSUPP;
+    return fsetxattr(to, kList, list, static_cast<std::size_t>(size), 0) == 0;
+}
+
+// What stands in for a file is the same person's and as open to others. Rights to act as that
+// person are not handed on to content that was put together from hostile content.
+std::optional<Error> makeAlike(int fd, int original, const struct stat &status)
+{
+    struct stat own = {};
+    if (fstat(fd, &own) != 0)
+        return files::systemError(errno);
+    const bool alien = own.st_uid != status.st_uid || own.st_gid != status.st_gid;
+    const timespec times[2] = {status.st_atim, status.st_mtim};
+    if ((alien && fchown(fd, status.st_uid, status.st_gid) != 0) ||
+        fchmod(fd, status.st_mode & 0777u) != 0 || !copyAccessList(original, fd) ||
+        futimens(fd, times) != 0 || fsync(fd) != 0)
+        return files::systemError(errno);
+    return std::nullopt;
+}
+
 // Writes the object without a name, so that a kill leaves nothing half done.
 files::Result<UniqueFd> writeObject(int vault, const Quarantine::Catch &file,
                                     const struct stat &before)
@@ -142,7 +175,7 @@ files::Result<UniqueFd> writeObject(int vault, const Quarantine::Catch &file,
     struct stat after = {};
     if (fstat(file.content, &after) != 0)
         return files::systemError(errno);
-    if (after.st_size != before.st_size || !sameTime(after.st_mtim, before.st_mtim))
+    if (isChanged(before, after))
         return Error{EBUSY, "it changed while it was copied"};
 
     record.contentHash = *hash;
@@ -181,6 +214,25 @@ Quarantine::Quarantine(std::string folder) : folder_(std::move(folder))
 
 files::Result<Quarantine::Kept> Quarantine::take(const Catch &file)
 {
+    return keep(file, [&file](const struct stat &status, const std::string &id) {
+        return files::removeExactly(file.folder, file.name, files::identityOf(status), id);
+    });
+}
+
+files::Result<Quarantine::Kept> Quarantine::replace(const Catch &file, const struct stat &asRead,
+                                                    int clean)
+{
+    return keep(file, [&](const struct stat &status, const std::string &id) {
+        if (isChanged(asRead, status))
+            return std::optional<Error>({EBUSY, "it changed while it was disinfected"});
+        if (auto error = makeAlike(clean, file.content, status))
+            return error;
+        return files::replaceExactly(file.folder, file.name, files::identityOf(status), id, clean);
+    });
+}
+
+files::Result<Quarantine::Kept> Quarantine::keep(const Catch &file, const Remove &remove)
+{
     auto vault = openVault(folder_);
     if (!vault)
         return vault.error();
@@ -201,8 +253,7 @@ files::Result<Quarantine::Kept> Quarantine::take(const Catch &file)
         unlinkObject(vault->get(), id);
         return Error{error.code, "no copy for the quarantine could be made: " + error.text};
     }
-    if (const auto error =
-            files::removeExactly(file.folder, file.name, files::identityOf(status), id)) {
+    if (const auto error = remove(status, id)) {
         unlinkObject(vault->get(), id);
         return *error;
     }

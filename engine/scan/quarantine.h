@@ -6,6 +6,8 @@
 
 #include <cstdint>
 #include <ctime>
+#include <functional>
+#include <optional>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -38,8 +40,13 @@ public:
     // error the original stays, and the text says why. Only the very file that is open goes.
     files::Result<Kept> take(const Catch &file);
 
-    // Finishes or undoes what a kill interrupted in take(). Call once before the first scan; it may
-    // take long when folders of quarantined files lie on slow drives.
+    // The same, and puts `clean`, an open file without a name on the same file system, in the
+    // original's place, with its owner, mode and times. `asRead` is what the original was when
+    // `clean` was made from it: one that has changed since stays.
+    files::Result<Kept> replace(const Catch &file, const struct stat &asRead, int clean);
+
+    // Finishes or undoes what a kill interrupted in take() or replace(). Call once before the first
+    // scan; it may take long when folders of quarantined files lie on slow drives.
     void recover();
 
     struct Object {
@@ -70,6 +77,10 @@ public:
     void expire(std::time_t before);
 
 private:
+    using Remove = std::function<std::optional<files::Error>(const struct stat &status,
+                                                             const std::string &id)>;
+    files::Result<Kept> keep(const Catch &file, const Remove &remove);
+
     std::string folder_;
 };
 

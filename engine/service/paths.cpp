@@ -61,11 +61,26 @@ std::string defaultStateFolder()
     return data + "/taloantivirus";
 }
 
+namespace
+{
+
+// Beside the service's own program where nothing is installed.
+std::string helperProgram(const std::string &name)
+{
+    const std::string installed = installation() + "/libexec/" + name;
+    return access(installed.c_str(), X_OK) == 0 ? installed : installation() + "/bin/" + name;
+}
+
+} // namespace
+
 std::string defaultWorkerProgram()
 {
-    const std::string installed = installation() + "/libexec/talo-scan-worker";
-    return access(installed.c_str(), X_OK) == 0 ? installed
-                                                : installation() + "/bin/talo-scan-worker";
+    return helperProgram("talo-scan-worker");
+}
+
+std::string disinfectorProgram()
+{
+    return helperProgram("talo-disinfect");
 }
 
 std::string builtInSignatures()

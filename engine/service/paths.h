@@ -14,6 +14,7 @@ namespace talo::service
 std::string defaultStateFolder();
 
 std::string defaultWorkerProgram();
+std::string disinfectorProgram();
 
 std::string builtInSignatures();
 

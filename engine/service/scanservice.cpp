@@ -4,6 +4,7 @@
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
 #include "service/log.h"
+#include "service/paths.h"
 #include "service/shown.h"
 
 #include <algorithm>
@@ -178,6 +179,7 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots, const S
     }
     scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
+    settings.disinfector = disinfectorProgram();
     entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings, rooms_.pool,
                                              rooms_.quarantine, std::move(entry->recorder));
     if (entry->pauseAsked)

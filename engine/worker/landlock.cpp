@@ -31,20 +31,15 @@ std::size_t attributesSize(long abi)
     return abi >= 4 ? offsetof(RulesetAttributes, scoped) : offsetof(RulesetAttributes, network);
 }
 
+constexpr int kNoFolder = -1;
+
 long landlockAbi()
 {
     return syscall(SYS_landlock_create_ruleset, nullptr, 0,
                    static_cast<unsigned>(LANDLOCK_CREATE_RULESET_VERSION));
 }
 
-} // namespace
-
-bool canConfineToFolder()
-{
-    return landlockAbi() >= 1;
-}
-
-std::string confineToFolder(int folder)
+std::string confine(int folder)
 {
     const long abi = landlockAbi();
     if (abi < 1)
@@ -74,13 +69,31 @@ std::string confineToFolder(int folder)
     if (ruleset < 0)
         return std::string("the file system cannot be closed off: ") + std::strerror(errno);
     const bool confined =
-        syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0 &&
+        (folder == kNoFolder ||
+         syscall(SYS_landlock_add_rule, ruleset, LANDLOCK_RULE_PATH_BENEATH, &rule, 0) == 0) &&
         syscall(SYS_landlock_restrict_self, ruleset, 0) == 0;
     const int error = errno;
     close(ruleset);
     if (!confined)
         return std::string("the file system cannot be closed off: ") + std::strerror(error);
     return {};
+}
+
+} // namespace
+
+bool canConfineToFolder()
+{
+    return landlockAbi() >= 1;
+}
+
+std::string confineToFolder(int folder)
+{
+    return confine(folder);
+}
+
+std::string confineToNothing()
+{
+    return confine(kNoFolder);
 }
 
 } // namespace talo::worker

@@ -14,6 +14,8 @@ declare -A allowed=(
     [engine/store]='store/'
     [engine/scan]='scan/ files/'
     [engine/worker]='worker/ scan/workerprotocol.h'
+    [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
+        scan/disinfectprotocol.h'
     [engine/client]='client/ engine/ interface/ files/'
     [engine/service]='service/ interface/ files/ store/ scan/'
     [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h'
@@ -41,12 +43,17 @@ if grep -rlE '#include <clamav\.h>' src engine | grep -v '^engine/worker/'; then
     echo "only engine/worker may use libclamav"
     wrong=1
 fi
+if grep -rlE '#include <archive(_entry)?\.h>' src engine | grep -v '^engine/disinfect/'; then
+    echo "only engine/disinfect may use libarchive"
+    wrong=1
+fi
 if grep -rlE '#include <Q(Application|Widget|MainWindow|Dialog|MessageBox)' engine |
     grep -v '^engine/programs/'; then
     echo "only engine/programs may use widgets"
     wrong=1
 fi
-if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/worker; then
+if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/worker \
+    engine/disinfect; then
     echo "these rooms do without Qt"
     wrong=1
 fi

@@ -46,6 +46,7 @@ struct Row {
     bool remains;
 };
 
+const Disinfection kNoDisinfection({}, {}, [] { return false; });
 const std::string kMoved = "moved to quarantine ()";
 const std::string kStill = "could not be deleted: permission denied; still there";
 
@@ -75,7 +76,7 @@ std::string outcomeOf(const Row &row, const std::string &folder)
     chmod(home.c_str(), row.removable ? 0755 : 0555);
     std::string text =
         actOn({place->fd.get(), "evil", content->fd.get(), home + "/evil", "Test.Virus"},
-              {row.first, row.second}, quarantine);
+              {row.first, row.second}, quarantine, kNoDisinfection);
     chmod(home.c_str(), 0755); // to be removed
     const std::size_t id = text.find('(');
     if (id != text.npos)
@@ -114,7 +115,7 @@ TEST(Actions, tellOfOtherNames)
         const auto content = talo::files::openForReading(AT_FDCWD, folder / "evil");
         const std::string text =
             actOn({place->fd.get(), "evil", content->fd.get(), folder / "evil", "Test.Virus"},
-                  {Action::Delete, Action::Report}, quarantine);
+                  {Action::Delete, Action::Report}, quarantine, kNoDisinfection);
         EXPECT_NE(text.find(others == 1 ? "; one other name of this file is still there"
                                         : "; 2 other names of this file are still there"),
                   text.npos)

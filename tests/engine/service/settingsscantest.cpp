@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
+#include <QProcess>
 #include <QTest>
 
 #include <random>
@@ -50,6 +51,7 @@ private slots:
     void looksIntoArchivesAsSet();
     void unpacksProgramsAsSet();
     void actsByClassAsSet();
+    void takesInfectedPartsOut();
     void leavesOutWhatIsExcluded();
     void leavesOutWhatIsExcludedWhereverItBegins();
     void holdsAnOldOrANewStateWhereverItIsKilled();
@@ -206,6 +208,26 @@ void SettingsScanTest::actsByClassAsSet()
     QVERIFY(apply("ScanActions", {{"InfectedSecond", 303}}));
     QCOMPARE(scan(place_).threats, 3U);
     QCOMPARE(left(), (QStringList{"suspected", "file"}));
+}
+
+void SettingsScanTest::takesInfectedPartsOut()
+{
+    write(place_ + "/clean", "clean");
+    write(place_ + "/evil", eicar());
+    QProcess zip;
+    zip.setWorkingDirectory(place_);
+    zip.start("zip", {"-q", "-m", "mixed.zip", "clean", "evil"});
+    QVERIFY(zip.waitForFinished() && zip.exitCode() == 0);
+    QVERIFY(apply("ScanActions", {{"InfectedFirst", 301}, {"InfectedSecond", 303}}));
+    const ScanProgress end = scan(place_);
+    QCOMPARE(end.threats, 1U);
+    const QString text = report(end);
+    QVERIFY2(text.contains("disinfected: 1 part removed, the original is in quarantine ("),
+             qPrintable(text));
+    zip.start("python3", {"-m", "zipfile", "-e", "mixed.zip", "."});
+    QVERIFY(zip.waitForFinished() && zip.exitCode() == 0);
+    QVERIFY(QFile::exists(place_ + "/clean") && !QFile::exists(place_ + "/evil"));
+    QCOMPARE(scan(place_).threats, 0U);
 }
 
 void SettingsScanTest::leavesOutWhatIsExcluded()
