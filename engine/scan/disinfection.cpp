@@ -99,7 +99,7 @@ Result<std::uint32_t> Disinfection::clean(int original, std::uint64_t size, int 
     };
     const auto until =
         std::chrono::steady_clock::now() + config_.time + std::chrono::seconds(size / (4u << 20u));
-    const auto removed = process->serve(decide, until, isStopped_);
+    auto removed = process->serve(decide, until, isStopped_);
     if (removed && *removed == 0)
         return Error{0, "no part of it alone is infected"};
     return removed;

@@ -11,7 +11,6 @@
 namespace talo::scan
 {
 
-using disinfection::Fate;
 using files::Error;
 using files::Result;
 using files::UniqueFd;
