@@ -5,6 +5,7 @@
 #include "engine/libreports.h"
 #include "engine/processchecks.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <csignal>
@@ -114,6 +115,9 @@ TEST_F(OwnProcess, AStartedProgramDoesNotKeepTheName)
     ASSERT_EQ(pipe(stay), 0);
     Child holder([&stay] {
         const int claimed = IsTaloAVRunning("TaloPanel");
+        int started[2]; // closed by the exec
+        if (pipe2(started, O_CLOEXEC) != 0)
+            return 0;
         if (fork() == 0) {
             dup2(stay[0], STDIN_FILENO);
             close(stay[0]);
@@ -121,7 +125,11 @@ TEST_F(OwnProcess, AStartedProgramDoesNotKeepTheName)
             execlp("cat", "cat", nullptr);
             _exit(127);
         }
-        return claimed;
+        close(started[1]);
+        char none = 0;
+        const bool running = ::read(started[0], &none, 1) == 0;
+        close(started[0]);
+        return running ? claimed : 0;
     });
     ASSERT_NE(holder.result(), 0);
     holder.release();
