@@ -12,7 +12,9 @@ if [ "${1:-}" != --on-bus ]; then
     build release
     say "Installing to $prefix"
     as_root cmake --install "$root_dir/build/release" >/dev/null
-    if dbus-send --session --dest=org.freedesktop.DBus --print-reply / \
+    # Asked for a bus that is not there, dbus-send would launch one of its own beside a display.
+    if [ -n "${DBUS_SESSION_BUS_ADDRESS:-}" -o -S "${XDG_RUNTIME_DIR:-/nonexistent}/bus" ] &&
+        dbus-send --session --dest=org.freedesktop.DBus --print-reply / \
         org.freedesktop.DBus.GetId >/dev/null 2>&1; then
         exec "$root_dir/scripts/run.sh" --on-bus
     fi
