@@ -13,6 +13,7 @@ inline constexpr char kReports[] = "org.taloantivirus.Engine1.Reports";
 inline constexpr char kPassword[] = "org.taloantivirus.Engine1.Password";
 inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
 inline constexpr char kSettings[] = "org.taloantivirus.Engine1.Settings";
+inline constexpr char kNotices[] = "org.taloantivirus.Engine1.Notices";
 inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
 
 // Errors that methods answer with; anything else comes from the bus itself.
@@ -36,6 +37,7 @@ enum JobState : unsigned {
     Finished = 4,
     Stopped = 5,
     Failed = 6,
+    Interrupted = 7, // by what neither the user nor the scan could help
 };
 
 } // namespace talo::interface

@@ -5,7 +5,6 @@
 #include "scan/workerpool.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
-#include "service/scanservice.h"
 #include "service/shown.h"
 #include "store/reportstore.h"
 
@@ -45,6 +44,20 @@ const char *errorName(ScanService::Refusal refusal)
     return interface::kErrorInvalid;
 }
 
+interface::JobState stateOf(store::Outcome outcome)
+{
+    switch (outcome) {
+    case store::Outcome::Completed:
+        return interface::Finished;
+    case store::Outcome::Stopped:
+        return interface::Stopped;
+    case store::Outcome::Interrupted:
+        return interface::Interrupted;
+    default:
+        return interface::Failed;
+    }
+}
+
 // An identifier becomes a file's name: nothing that could lead out of the quarantine's folder may
 // come near it.
 bool isIdentifier(const QString &id)
@@ -72,7 +85,18 @@ QDBusMessage answerTo(const QDBusMessage &question, const scan::Quarantine::Outc
 
 } // namespace
 
-BusObject::BusObject(Rooms rooms) : rooms_(std::move(rooms)) {}
+BusObject::BusObject(Rooms rooms) : rooms_(std::move(rooms))
+{
+    connect(&rooms_.scans, &ScanService::unwatchedThreat, this, &BusObject::ThreatFound);
+    connect(&rooms_.scans, &ScanService::scanEnded, this, &BusObject::announce);
+}
+
+void BusObject::announce(const ScanService::Ending &ending)
+{
+    if (ending.origin != ScanService::Origin::User)
+        emit ScanEnded(ending.type, stateOf(ending.outcome), ending.scanned, ending.files,
+                       ending.threats, ending.report);
+}
 
 bool BusObject::permitted(Action action)
 {

@@ -6,6 +6,7 @@
 #include "service/authority.h"
 #include "service/call.h"
 #include "service/housekeeper.h"
+#include "service/scanservice.h"
 #include "service/signatureset.h"
 #include "store/exclusion.h"
 #include "store/settingsstore.h"
@@ -31,7 +32,6 @@ namespace talo::service
 {
 
 class PasswordService;
-class ScanService;
 class SettingsService;
 
 class BusObject : public QObject, protected QDBusContext
@@ -97,6 +97,13 @@ public:
     int Remove(const QByteArray &text, int kind);
     QStringList List(QStringList &extensions);
 
+signals:
+    // Notices
+    void ThreatFound(const QString &type, const QString &path, const QString &threat,
+                     const QString &outcome);
+    void ScanEnded(const QString &type, uint state, const QString &scanned, qulonglong files,
+                   qulonglong threats, const QString &report);
+
 private:
     using Work = std::function<void(const Call &)>;
 
@@ -110,6 +117,7 @@ private:
     void aside(const Call &call, std::function<QDBusMessage(const QDBusMessage &)> work);
     std::optional<store::Group> group(const QString &name); // sends an error where there is none
     void fail(const std::string &reason);                   // sends one if there is one
+    void announce(const ScanService::Ending &ending);
     void control(uint job, bool (ScanService::*what)(uint));
 
     Rooms rooms_;

@@ -42,10 +42,12 @@ bool JobRecord::stopAsked() const
     return stopAsked_;
 }
 
-void JobRecord::close(const std::string &report)
+void JobRecord::close(store::Outcome outcome, const scan::Totals &totals, const std::string &report)
 {
     const std::lock_guard<std::mutex> lock(mutex_);
     closed_ = true;
+    outcome_ = outcome;
+    totals_ = totals;
     report_ = report;
 }
 
@@ -61,14 +63,25 @@ std::string JobRecord::report() const
     return report_;
 }
 
+store::Outcome JobRecord::outcome() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return outcome_;
+}
+
+scan::Totals JobRecord::totals() const
+{
+    const std::lock_guard<std::mutex> lock(mutex_);
+    return totals_;
+}
+
 ReportRecorder::ReportRecorder(store::ReportStore &reports, const std::string &type,
-                               const std::string &scanned, std::function<std::string()> signatures,
-                               std::shared_ptr<JobRecord> record, std::function<void()> whenEnded)
+                               const std::string &scanned, std::shared_ptr<JobRecord> record,
+                               Hooks hooks)
     : reports_(reports)
-    , signatures_(std::move(signatures))
     , record_(std::move(record))
-    , whenEnded_(std::move(whenEnded))
-    , id_(reports.begin({type, scanned, signatures_(), std::time(nullptr)}))
+    , hooks_(std::move(hooks))
+    , id_(reports.begin({type, scanned, hooks_.signatures(), std::time(nullptr)}))
 {
 }
 
@@ -76,6 +89,7 @@ void ReportRecorder::threat(const scan::Threat &threat)
 {
     reports_.addThreat(id_, {shown(threat.path), shown(threat.name), className(threat.threatClass),
                              shown(threat.outcome)});
+    hooks_.whenThreat(threat);
 }
 
 void ReportRecorder::passedOver(const scan::PassedOver &file)
@@ -88,12 +102,14 @@ void ReportRecorder::passedOver(const scan::PassedOver &file)
 
 void ReportRecorder::ended(scan::JobEnd end, const scan::Totals &totals, const std::string &failure)
 {
-    reports_.describeSignatures(id_, signatures_());
-    record_->close(reports_.finish(
-        id_, outcome(end, *record_),
-        {tally(totals.clean), tally(totals.threats), tally(totals.skipped), tally(totals.errors)},
-        shown(failure)));
-    whenEnded_();
+    reports_.describeSignatures(id_, hooks_.signatures());
+    const store::Outcome how = outcome(end, *record_);
+    record_->close(how, totals,
+                   reports_.finish(id_, how,
+                                   {tally(totals.clean), tally(totals.threats),
+                                    tally(totals.skipped), tally(totals.errors)},
+                                   shown(failure)));
+    hooks_.whenEnded();
 }
 
 std::string className(scan::ThreatClass threatClass)

@@ -20,25 +20,33 @@ public:
     void askStop();
     bool stopAsked() const;
 
-    void close(const std::string &report);
+    void close(store::Outcome outcome, const scan::Totals &totals, const std::string &report);
     bool closed() const;
     std::string report() const; // its key, once it is stored
+    store::Outcome outcome() const;
+    scan::Totals totals() const;
 
 private:
     mutable std::mutex mutex_;
     bool stopAsked_ = false;
     bool closed_ = false;
+    store::Outcome outcome_ = store::Outcome::Failed;
+    scan::Totals totals_;
     std::string report_;
 };
 
 class ReportRecorder : public scan::JobRecorder
 {
 public:
-    // `signatures` describes the set in use, and is asked again at the end, when it can tell more.
-    // `whenEnded` is called on the job's thread after the report is stored.
+    struct Hooks {
+        // Describes the set in use; asked again at the end, when it can tell more.
+        std::function<std::string()> signatures;
+        // Both are called on the job's thread, the second after the report is stored.
+        std::function<void(const scan::Threat &)> whenThreat;
+        std::function<void()> whenEnded;
+    };
     ReportRecorder(store::ReportStore &reports, const std::string &type, const std::string &scanned,
-                   std::function<std::string()> signatures, std::shared_ptr<JobRecord> record,
-                   std::function<void()> whenEnded);
+                   std::shared_ptr<JobRecord> record, Hooks hooks);
 
     void threat(const scan::Threat &threat) override;
     void passedOver(const scan::PassedOver &file) override;
@@ -46,9 +54,8 @@ public:
 
 private:
     store::ReportStore &reports_;
-    std::function<std::string()> signatures_;
     std::shared_ptr<JobRecord> record_;
-    std::function<void()> whenEnded_;
+    Hooks hooks_;
     store::ReportStore::Id id_;
 };
 

@@ -19,6 +19,7 @@ namespace
 
 constexpr int kLongestPath = 4096;
 constexpr std::size_t kThreatsAtATime = 100;
+constexpr int kThreatsAnnounced = 10;
 
 using Refusal = ScanService::Refusal;
 
@@ -27,17 +28,20 @@ QString text(const std::string &bytes)
     return QString::fromStdString(shown(bytes));
 }
 
-std::string typeOf(scan::ScanKind kind)
+std::string typeOf(scan::ScanKind kind, ScanService::Origin origin)
 {
+    if (origin == ScanService::Origin::Drive)
+        return "External Drive Scan";
+    const std::string prefix = origin == ScanService::Origin::Schedule ? "Scheduled " : "";
     switch (kind) {
     case scan::ScanKind::Full:
-        return "Full Scan";
+        return prefix + "Full Scan";
     case scan::ScanKind::Quick:
-        return "Quick Scan";
+        return prefix + "Quick Scan";
     case scan::ScanKind::Custom:
         break;
     }
-    return "Custom Scan";
+    return prefix + "Custom Scan";
 }
 
 std::string scannedBy(scan::ScanKind kind, const std::string &path)
@@ -133,7 +137,7 @@ std::optional<ScanService::Started> ScanService::refuse(uint kind, const QByteAr
     return std::nullopt;
 }
 
-ScanService::Started ScanService::start(uint kind, const QByteArray &path)
+ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin)
 {
     dropOld();
     if (const auto refused = refuse(kind, path))
@@ -144,16 +148,14 @@ ScanService::Started ScanService::start(uint kind, const QByteArray &path)
     const SignatureSet set = rooms_.signatures();
     Entry &entry = jobs_[number];
     entry.kind = static_cast<scan::ScanKind>(kind);
+    entry.origin = origin;
+    entry.type = typeOf(entry.kind, origin);
+    entry.scanned = scannedBy(entry.kind, root);
     entry.record = std::make_shared<JobRecord>();
-    entry.recorder = std::make_unique<ReportRecorder>(
-        rooms_.reports, typeOf(entry.kind), scannedBy(entry.kind, root),
-        [set, &pool = rooms_.pool] { return describe(set, pool.signatures().count); }, entry.record,
-        [this, number] {
-            QMetaObject::invokeMethod(
-                this, [this, number] { ended(number); }, Qt::QueuedConnection);
-        });
-    log(Level::Info, typeOf(entry.kind) + " " + std::to_string(number) + " of " +
-                         scannedBy(entry.kind, root) + " begins");
+    entry.recorder = std::make_unique<ReportRecorder>(rooms_.reports, entry.type, entry.scanned,
+                                                      entry.record, hooks(number, entry, set));
+    log(Level::Info,
+        entry.type + " " + std::to_string(number) + " of " + entry.scanned + " begins");
     // Looking for the places of a quick scan takes a while. All kinds go this way, so that no scan
     // begins before the quarantine has recovered from a kill.
     const bool quick = entry.kind == scan::ScanKind::Quick;
@@ -165,6 +167,29 @@ ScanService::Started ScanService::start(uint kind, const QByteArray &path)
             this, [this, number, roots, set] { begin(number, roots, set); }, Qt::QueuedConnection);
     });
     return {number, Refusal::None, QString()};
+}
+
+ReportRecorder::Hooks ScanService::hooks(uint number, const Entry &entry, const SignatureSet &set)
+{
+    ReportRecorder::Hooks hooks;
+    hooks.signatures = [set, &pool = rooms_.pool] {
+        return describe(set, pool.signatures().count);
+    };
+    hooks.whenThreat = [](const scan::Threat &) {};
+    if (entry.origin != Origin::User)
+        hooks.whenThreat = [this, type = text(entry.type),
+                            left = kThreatsAnnounced](const scan::Threat &threat) mutable {
+            if (left > 0) {
+                --left;
+                emit unwatchedThreat(type, text(threat.path), text(threat.name),
+                                     text(threat.outcome));
+            }
+        };
+    hooks.whenEnded = [this, number] {
+        QMetaObject::invokeMethod(
+            this, [this, number] { ended(number); }, Qt::QueuedConnection);
+    };
+    return hooks;
 }
 
 void ScanService::begin(uint job, const std::vector<std::string> &roots, const SignatureSet &set)
@@ -197,8 +222,14 @@ void ScanService::ended(uint job)
     entry->ended = std::chrono::steady_clock::now();
     const std::string report = entry->record->report();
     log(Level::Info,
-        typeOf(entry->kind) + " " + std::to_string(job) + " ended, " +
+        entry->type + " " + std::to_string(job) + " ended, " +
             (report.empty() ? "and its report could not be stored" : "report " + report));
+    const scan::Totals totals = entry->record->totals();
+    emit scanEnded(
+        {job, entry->origin, QString::fromStdString(entry->type),
+         QString::fromStdString(entry->scanned), entry->record->outcome(),
+         totals.clean.files + totals.threats.files + totals.skipped.files + totals.errors.files,
+         totals.threats.files, QString::fromStdString(report)});
 }
 
 void ScanService::dropOld()

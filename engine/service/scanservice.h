@@ -52,7 +52,10 @@ public:
         Refusal refusal = Refusal::None;
         QString reason;
     };
-    Started start(uint kind, const QByteArray &path);
+    // Who began a scan. The type of its report says so, and nobody watches what a user did not
+    // begin.
+    enum class Origin { User, Schedule, Drive };
+    Started start(uint kind, const QByteArray &path, Origin origin = Origin::User);
 
     // False: no such job.
     bool pause(uint job);
@@ -65,9 +68,29 @@ public:
     // Stops every scan and waits until their reports are stored.
     void shutDown();
 
+    struct Ending {
+        uint job = 0;
+        Origin origin = Origin::User;
+        QString type; // the report's
+        QString scanned;
+        store::Outcome outcome = store::Outcome::Failed;
+        qulonglong files = 0;
+        qulonglong threats = 0;
+        QString report; // its key; empty where none could be stored
+    };
+
+signals:
+    void scanEnded(const talo::service::ScanService::Ending &ending);
+    // The first ten of each scan that nobody watches.
+    void unwatchedThreat(const QString &type, const QString &path, const QString &threat,
+                         const QString &outcome);
+
 private:
     struct Entry {
         scan::ScanKind kind = scan::ScanKind::Custom;
+        Origin origin = Origin::User;
+        std::string type;
+        std::string scanned;
         std::shared_ptr<JobRecord> record;
         std::unique_ptr<ReportRecorder> recorder; // until the job has it
         std::unique_ptr<scan::Job> job;           // none while its roots are looked for
@@ -77,6 +100,7 @@ private:
 
     std::optional<Started> refuse(uint kind, const QByteArray &path) const;
     void begin(uint job, const std::vector<std::string> &roots, const SignatureSet &set);
+    ReportRecorder::Hooks hooks(uint number, const Entry &entry, const SignatureSet &set);
     void ended(uint job);
     void dropOld();
     Entry *find(uint job);

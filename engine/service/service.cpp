@@ -18,6 +18,7 @@
 #include "store/reportstore.h"
 
 #include "exclusionsadaptor.h"
+#include "noticesadaptor.h"
 #include "passwordadaptor.h"
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
@@ -171,6 +172,7 @@ ExitCode Service::publish()
     new SettingsAdaptor(object_.get());
     new ExclusionsAdaptor(object_.get());
     new PasswordAdaptor(object_.get());
+    new NoticesAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;
