@@ -3,16 +3,15 @@
 #include "files/printable.h"
 #include "scan/actions.h"
 #include "scan/counting.h"
+#include "scan/jobbook.h"
 #include "scan/jobcontrol.h"
 #include "scan/quarantine.h"
-#include "scan/remaining.h"
 #include "scan/verdictchain.h"
 #include "scan/walk.h"
 
-#include <condition_variable>
 #include <future>
-#include <mutex>
 #include <sys/stat.h>
+#include <system_error>
 #include <thread>
 
 namespace talo::scan
@@ -26,10 +25,6 @@ using std::chrono::milliseconds;
 // How long a stop may go unnoticed while the job waits for something else.
 constexpr milliseconds kAttention{50};
 
-// What a job holds of its threats, so that a place full of them cannot use up the memory.
-constexpr std::size_t kMaxThreats = 10000;
-constexpr std::size_t kMaxThreatText = std::size_t{16} << 20u;
-
 std::vector<files::Identity> identitiesOf(const std::vector<std::string> &folders)
 {
     std::vector<files::Identity> identities;
@@ -41,20 +36,9 @@ std::vector<files::Identity> identitiesOf(const std::vector<std::string> &folder
     return identities;
 }
 
-void add(Tally &tally, std::uint64_t bytes)
+std::uint64_t sizeOf(const Walk::Found &file)
 {
-    ++tally.files;
-    tally.bytes += bytes;
-}
-
-Tally sum(const Totals &totals)
-{
-    Tally all;
-    for (const Tally *tally : {&totals.clean, &totals.threats, &totals.skipped, &totals.errors}) {
-        all.files += tally->files;
-        all.bytes += tally->bytes;
-    }
-    return all;
+    return static_cast<std::uint64_t>(file.status.st_size);
 }
 
 } // namespace
@@ -85,31 +69,23 @@ public:
             loader_.join();
     }
 
-    void start()
-    {
-        control_.start();
-        thread_ = std::thread([this] { run(); });
-    }
-
-    void wait()
-    {
-        std::unique_lock<std::mutex> lock(mutex_);
-        ended_.wait(lock, [this] { return phase_ == JobPhase::Ended; });
-    }
+    void start();
+    void wait() { book_.waitForEnd(); }
 
     ScanKind kind() const { return kind_; }
     JobControl &control() { return control_; }
     JobProgress progress();
-    std::vector<Threat> threats(std::size_t from, std::size_t most) const;
+    std::vector<Threat> threats(std::size_t from, std::size_t most) const
+    {
+        return book_.threats(from, most);
+    }
 
 private:
-    struct Outcome {
-        JobEnd end = JobEnd::Finished;
-        std::string failure;
-    };
+    using Outcome = JobBook::Outcome;
 
     void run();
-    void count();
+    std::thread startCounting();
+    void end(Outcome outcome);
     Outcome scan();
     std::string load();
     Outcome judgeAll(Walk &walk, VerdictChain &chain);
@@ -136,40 +112,48 @@ private:
     std::unordered_map<std::uint64_t, Walk::Found> waiting_; // for a verdict
     std::uint64_t lastCookie_ = 0;
 
-    mutable std::mutex mutex_; // for all below
-    std::condition_variable ended_;
-    JobPhase phase_ = JobPhase::Preparing;
-    Outcome outcome_;
-    std::string current_;
-    Tally counted_;
-    Totals totals_;
-    milliseconds preparation_{0}; // took so long
-    RemainingTime remaining_;
-    std::vector<Threat> threats_;
-    std::size_t threatText_ = 0;
+    JobBook book_;
 };
+
+void Job::Impl::start()
+{
+    control_.start();
+    try {
+        thread_ = std::thread([this] { run(); });
+    } catch (const std::system_error &error) {
+        end({JobEnd::Failed, std::string("the scan cannot be started: ") + error.what()});
+    }
+}
 
 void Job::Impl::run()
 {
     excluded_ = std::make_shared<Exclusions>(settings_.excluded);
-    std::thread counter([this] { count(); });
+    std::thread counter = startCounting();
     Outcome outcome = scan();
     control_.end(); // the counting too
-    counter.join();
-    recorder_->ended(outcome.end, totals_, outcome.failure);
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        outcome_ = std::move(outcome);
-        phase_ = JobPhase::Ended;
-    }
-    ended_.notify_all();
+    if (counter.joinable())
+        counter.join();
+    end(std::move(outcome));
 }
 
-void Job::Impl::count()
+// Without it the scan has no total to measure its progress by, which is no reason not to scan.
+std::thread Job::Impl::startCounting()
 {
-    const auto counted = countAhead(roots_, identitiesOf(settings_.leaveOut), excluded_, control_);
-    const std::lock_guard<std::mutex> lock(mutex_);
-    counted_ = counted.value_or(Tally{});
+    try {
+        return std::thread([this] {
+            const auto all =
+                countAhead(roots_, identitiesOf(settings_.leaveOut), excluded_, control_);
+            book_.counted(all.value_or(Tally{}));
+        });
+    } catch (const std::system_error &) {
+        return {};
+    }
+}
+
+void Job::Impl::end(Outcome outcome)
+{
+    recorder_->ended(outcome.end, book_.totals(), outcome.failure);
+    book_.end(std::move(outcome));
 }
 
 Job::Impl::Outcome Job::Impl::scan()
@@ -179,12 +163,8 @@ Job::Impl::Outcome Job::Impl::scan()
         return {JobEnd::Stopped, {}};
     if (!failure.empty())
         return {JobEnd::Failed, failure};
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        phase_ = JobPhase::Scanning;
-        preparation_ = control_.elapsed();
-    }
-    VerdictChain chain({}, source_->open(), settings_.options);
+    book_.scanning(control_.elapsed());
+    VerdictChain chain(source_->links(settings_.options), source_->open(), settings_.options);
     Walk walk(roots_, identitiesOf(settings_.leaveOut), Walk::Purpose::Scan, excluded_);
     Outcome outcome = judgeAll(walk, chain);
     if (outcome.end == JobEnd::Stopped)
@@ -197,9 +177,13 @@ std::string Job::Impl::load()
 {
     std::promise<std::string> promise;
     std::future<std::string> loaded = promise.get_future();
-    loader_ =
-        std::thread([this](std::promise<std::string> answer) { answer.set_value(source_->load()); },
-                    std::move(promise));
+    try {
+        loader_ = std::thread(
+            [this](std::promise<std::string> answer) { answer.set_value(source_->load()); },
+            std::move(promise));
+    } catch (const std::system_error &error) {
+        return std::string("the signatures cannot be loaded: ") + error.what();
+    }
     while (loaded.wait_for(kAttention) != std::future_status::ready) {
         if (control_.state() == JobControl::State::Stopped)
             return {};
@@ -254,10 +238,7 @@ bool Job::Impl::advance(Walk &walk, VerdictChain &chain)
     case Walk::Kind::File:
         break;
     }
-    {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        current_ = found.path;
-    }
+    book_.reached(found.path);
     const std::uint64_t cookie = ++lastCookie_;
     const auto place = waiting_.emplace(cookie, std::move(found)).first;
     Walk::Found &file = place->second;
@@ -284,11 +265,9 @@ bool Job::Impl::takeResult(VerdictChain &chain, milliseconds wait)
 void Job::Impl::take(Walk::Found &file, const Verdict &verdict)
 {
     switch (verdict.kind) {
-    case VerdictKind::Clean: {
-        const std::lock_guard<std::mutex> lock(mutex_);
-        add(totals_.clean, static_cast<std::uint64_t>(file.status.st_size));
+    case VerdictKind::Clean:
+        book_.clean(sizeOf(file));
         return;
-    }
     case VerdictKind::Threat:
         takeThreat(file, verdict.detail);
         return;
@@ -311,14 +290,7 @@ void Job::Impl::takeThreat(const Walk::Found &file, const std::string &name)
     threat.outcome = actOn({file.folder->get(), file.name, file.fd.get(), file.path, name},
                            actionsFor(threat.threatClass, settings_), quarantine_, disinfection);
     recorder_->threat(threat);
-
-    const std::lock_guard<std::mutex> lock(mutex_);
-    add(totals_.threats, static_cast<std::uint64_t>(file.status.st_size));
-    const std::size_t text = threat.path.size() + threat.name.size() + threat.outcome.size();
-    if (threats_.size() < kMaxThreats && threatText_ + text <= kMaxThreatText) {
-        threatText_ += text;
-        threats_.push_back(std::move(threat));
-    }
+    book_.threat(threat, sizeOf(file));
 }
 
 // Apart from the walk, which goes on meanwhile with what the workers hold already.
@@ -337,43 +309,18 @@ Verdict Job::Impl::judgeNow(int fd, std::uint64_t size)
 void Job::Impl::passOver(const Walk::Found &file, VerdictKind kind, const std::string &reason)
 {
     recorder_->passedOver({file.path, kind, reason});
-    const std::lock_guard<std::mutex> lock(mutex_);
-    add(kind == VerdictKind::Skipped ? totals_.skipped : totals_.errors,
-        static_cast<std::uint64_t>(file.status.st_size));
+    book_.passedOver(kind, sizeOf(file));
 }
 
 JobProgress Job::Impl::progress()
 {
     const JobControl::State state = control_.state();
-    const std::lock_guard<std::mutex> lock(mutex_);
-    JobProgress progress;
-    progress.phase = phase_;
-    if (phase_ != JobPhase::Ended && state == JobControl::State::Stopped)
+    JobProgress progress = book_.progress(control_.elapsed());
+    if (progress.phase != JobPhase::Ended && state == JobControl::State::Stopped)
         progress.phase = JobPhase::Stopping;
-    else if (phase_ != JobPhase::Ended && state == JobControl::State::Paused)
+    else if (progress.phase != JobPhase::Ended && state == JobControl::State::Paused)
         progress.phase = JobPhase::Paused;
-    progress.end = outcome_.end;
-    progress.failure = outcome_.failure;
-    progress.current = current_;
-    progress.filesTotal = counted_.files;
-    progress.bytesTotal = counted_.bytes;
-    progress.totals = totals_;
-    progress.elapsed = control_.elapsed();
-    if (phase_ == JobPhase::Ended)
-        progress.remaining = milliseconds{0};
-    else if (phase_ == JobPhase::Scanning)
-        progress.remaining =
-            remaining_.estimate(sum(totals_), counted_, progress.elapsed - preparation_);
     return progress;
-}
-
-std::vector<Threat> Job::Impl::threats(std::size_t from, std::size_t most) const
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    const auto begin =
-        threats_.begin() + static_cast<std::ptrdiff_t>(std::min(from, threats_.size()));
-    const auto left = static_cast<std::size_t>(threats_.end() - begin);
-    return {begin, begin + static_cast<std::ptrdiff_t>(std::min(most, left))};
 }
 
 Job::Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings,

@@ -15,6 +15,7 @@ namespace talo::scan
 {
 
 class Quarantine;
+class VerdictLink;
 
 enum class ScanKind { Full = 1, Custom = 2, Quick = 3 };
 
@@ -101,6 +102,8 @@ public:
     // Makes ready and waits for it; an empty text, or why it failed.
     virtual std::string load() = 0;
     virtual std::unique_ptr<WorkerPool::Session> open() = 0;
+    // Cheaper ways to judge a file, to be asked first.
+    virtual std::vector<std::unique_ptr<VerdictLink>> links(ScanOptions options) = 0;
 };
 
 class Job

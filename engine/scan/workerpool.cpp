@@ -1,5 +1,6 @@
 #include "workerpool.h"
 
+#include "scan/cleanfiles.h"
 #include "scan/pooldispatcher.h"
 #include "scan/poolqueue.h"
 #include "scan/workerprotocol.h"
@@ -104,6 +105,7 @@ public:
 
     const std::uint64_t maxFileSize;
     const std::shared_ptr<PoolQueue> queue;
+    CleanFiles cleanFiles;
 
 private:
     const std::unique_ptr<PoolDispatcher> dispatcher;
@@ -133,6 +135,12 @@ WorkerPool::Signatures WorkerPool::signatures() const
 void WorkerPool::useSignatures(const std::string &folder)
 {
     impl_->queue->useSignatures(folder);
+    impl_->cleanFiles.forget();
+}
+
+CleanFiles &WorkerPool::cleanFiles()
+{
+    return impl_->cleanFiles;
 }
 
 } // namespace talo::scan

@@ -18,6 +18,8 @@
 namespace talo::scan
 {
 
+class CleanFiles;
+
 struct PoolConfig {
     std::string workerProgram;                  // path of talo-scan-worker
     std::string signatureFolder;                // path of the folder with the signatures
@@ -82,7 +84,11 @@ public:
     Signatures signatures() const;
 
     // Takes another folder from the next file on; files being scanned finish with the old set.
+    // What was found clean with the old set is forgotten.
     void useSignatures(const std::string &folder);
+
+    // What was found clean with the signatures in use.
+    CleanFiles &cleanFiles();
 
 private:
     class Impl;

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Holds the arrows between the rooms of the sources: each may include only what it is allowed to.
-# usage: layers.sh SOURCE_DIR
+# usage: layers.sh SOURCE_DIR COMPILE_COMMANDS
 set -euo pipefail
+commands=$2
 cd "$1"
 
 # room: what its includes may begin with, beside its own folder
@@ -57,4 +58,9 @@ if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engi
     echo "these rooms do without Qt"
     wrong=1
 fi
+
+# A test that no build file names would be green for ever.
+while read -r file; do
+    grep -qF "/$file\"" "$commands" || { echo "$file is not built"; wrong=1; }
+done < <(find tests -name '*.cpp')
 exit $wrong

@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scan/job.h"
+#include "scan/verdictchain.h"
 
 #include <condition_variable>
 #include <deque>
@@ -87,6 +88,7 @@ public:
     {
         return std::make_unique<FakeSession>(control_);
     }
+    std::vector<std::unique_ptr<scan::VerdictLink>> links(scan::ScanOptions) override { return {}; }
 
 private:
     class FakeSession : public scan::WorkerPool::Session
