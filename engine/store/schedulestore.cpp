@@ -12,6 +12,7 @@ namespace talo::store
 namespace
 {
 
+constexpr char kCannotStore[] = "the schedule cannot be stored";
 constexpr char kFull[] = "there is no room for more schedules";
 constexpr char kColumns[] = "SELECT id, name, type, frequency, weekday, hour, minute, settled "
                             "FROM schedule ";
@@ -58,12 +59,10 @@ ScheduleStore::Outcome ScheduleStore::failed(const char *what)
     return {ScheduleCode::Refused, std::string(what) + ": " + lastError(database_)};
 }
 
-// In the order in which the codes take precedence. `besides` is the one that is being edited.
+// Of a name that is fit; in the order in which the codes take precedence. `besides` is the one that
+// is being edited.
 ScheduleStore::Outcome ScheduleStore::judge(const ScheduleValues &values, std::int64_t besides)
 {
-    const ScheduleCode fit = fitnessOfName(values.name);
-    if (fit != ScheduleCode::Done)
-        return {fit, {}};
     Statement name(database_, "SELECT 1 FROM schedule WHERE key = ? AND id != ?");
     Statement times(database_, "SELECT 1 FROM schedule WHERE type = ? AND frequency = ? AND "
                                "weekday = ? AND hour = ? AND minute = ? AND id != ?");
@@ -96,8 +95,13 @@ ScheduleStore::Outcome ScheduleStore::identify(const std::string &name, StoredSc
 
 ScheduleStore::Outcome ScheduleStore::add(const ScheduleValues &values, std::int64_t now)
 {
+    const ScheduleCode fit = fitnessOfName(values.name);
+    if (fit != ScheduleCode::Done)
+        return {fit, {}};
     const auto held = database_.lock();
     Transaction change(database_);
+    if (!change.begun())
+        return failed(kCannotStore);
     Outcome outcome = judge(values, kNone);
     if (outcome.code != ScheduleCode::Done)
         return outcome;
@@ -107,16 +111,21 @@ ScheduleStore::Outcome ScheduleStore::add(const ScheduleValues &values, std::int
             static_cast<std::size_t>(room.integer(0)) >= kMostSchedules)
             return {ScheduleCode::Refused, kFull};
     }
-    if (!change.begun() || !insert(database_, values, now) || !change.commit())
-        return failed("the schedule cannot be stored");
+    if (!insert(database_, values, now) || !change.commit())
+        return failed(kCannotStore);
     return outcome;
 }
 
 ScheduleStore::Outcome ScheduleStore::edit(const std::string &name, const ScheduleValues &values,
                                            std::int64_t now)
 {
+    const ScheduleCode fit = fitnessOfName(values.name);
+    if (fit != ScheduleCode::Done)
+        return {fit, {}};
     const auto held = database_.lock();
     Transaction change(database_);
+    if (!change.begun())
+        return failed(kCannotStore);
     StoredSchedule old;
     const Outcome known = identify(name, old);
     if (known.code == ScheduleCode::Refused)
@@ -132,8 +141,8 @@ ScheduleStore::Outcome ScheduleStore::edit(const std::string &name, const Schedu
     update.bind(values.name).bind(key(values.name));
     bindTimes(update, values);
     update.bind(sameTimes ? old.settled : now).bind(old.id);
-    if (!change.begun() || !update.run() || !change.commit())
-        return failed("the schedule cannot be stored");
+    if (!update.run() || !change.commit())
+        return failed(kCannotStore);
     return {};
 }
 
