@@ -58,6 +58,17 @@ struct QuarantineEntry {
 };
 using QuarantineList = QList<QuarantineEntry>;
 
+struct ScheduleEntry {
+    QString name;
+    int type = 0;    // 1 full scan, 3 quick scan
+    int weekday = 0; // 0 Sunday to 6 Saturday, 8 every day
+    int hour = 0;
+    int minute = 0;
+    qlonglong next = 0; // when it runs next, seconds since 1970
+    QString waits;      // if it is due already: what for
+};
+using ScheduleList = QList<ScheduleEntry>;
+
 // Values of one group of settings, by their keys.
 using SettingMap = QMap<QString, int>;
 
@@ -74,6 +85,8 @@ QDBusArgument &operator<<(QDBusArgument &argument, const ReportEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, ReportEntry &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const QuarantineEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ScheduleEntry &value);
 
 } // namespace talo::interface
 
@@ -82,3 +95,4 @@ Q_DECLARE_METATYPE(talo::interface::ScanProgress)
 Q_DECLARE_METATYPE(talo::interface::RunningJob)
 Q_DECLARE_METATYPE(talo::interface::ReportEntry)
 Q_DECLARE_METATYPE(talo::interface::QuarantineEntry)
+Q_DECLARE_METATYPE(talo::interface::ScheduleEntry)

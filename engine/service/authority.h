@@ -36,6 +36,8 @@ enum class Action {
     ChangeDeviceControl,
     ChangeExclusions,
     ImportSettings,
+    ReadSchedules,
+    ChangeSchedules,
     ReadPassword, // whether there is one, and whether it guards
     ValidatePassword,
     CreatePassword,

@@ -32,6 +32,7 @@ namespace talo::service
 {
 
 class PasswordService;
+class ScheduleService;
 class SettingsService;
 
 class BusObject : public QObject, protected QDBusContext
@@ -48,6 +49,7 @@ public:
         scan::WorkerPool &pool;
         Housekeeper &housekeeper;
         SettingsService &settings;
+        ScheduleService &schedules;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -96,6 +98,14 @@ public:
     int Add(const QByteArray &text, int kind);
     int Remove(const QByteArray &text, int kind);
     QStringList List(QStringList &extensions);
+
+    // Schedules
+    int Add(const QByteArray &name, int type, int frequency, int weekday, int hour, int minute);
+    int Edit(const QByteArray &oldName, const QByteArray &name, int type, int frequency,
+             int weekday, int hour, int minute);
+    int Remove(const QByteArray &name);
+    int Details(const QByteArray &name, int &type, int &weekday, int &hour, int &minute);
+    interface::ScheduleList All();
 
 signals:
     // Notices

@@ -1,4 +1,5 @@
 // talod: the service behind TALO Antivirus.
+#include "schedule/power.h"
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/service.h"
@@ -102,6 +103,8 @@ int main(int argc, char *argv[])
     const QString configuration = QStringLiteral("config");
     const QString signatures = QStringLiteral("signatures");
     const QString worker = QStringLiteral("worker");
+    const QString clock = QStringLiteral("schedule-clock");
+    const QString power = QStringLiteral("power-supplies");
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("The service behind TALO Antivirus: scans on request and keeps reports."));
@@ -116,6 +119,12 @@ int main(int argc, char *argv[])
         {signatures, QStringLiteral("Folder with the signatures to use."),
          QStringLiteral("folder")},
         {worker, QStringLiteral("The scan worker program."), QStringLiteral("program")},
+        {clock,
+         QStringLiteral("For trials: schedules go by a clock that begins at this moment, in "
+                        "seconds since 1970, and goes so many times as fast."),
+         QStringLiteral("moment*rate")},
+        {power, QStringLiteral("Folder of the kernel's power supply class."),
+         QStringLiteral("folder")},
     });
     parser.addHelpOption();
     parser.addVersionOption();
@@ -140,7 +149,9 @@ int main(int argc, char *argv[])
          pathOption(parser, state, defaultStateFolder()),
          pathOption(parser, signatures, std::string()),
          pathOption(parser, worker, defaultWorkerProgram()),
-         pathOption(parser, configuration, defaultConfigurationFile())});
+         pathOption(parser, configuration, defaultConfigurationFile()),
+         parser.value(clock).toStdString(),
+         pathOption(parser, power, talo::schedule::kPowerSupplies)});
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const ExitCode code = service.start();

@@ -4,6 +4,7 @@
 #include "interface/names.h"
 #include "scan/quarantine.h"
 #include "scan/workerpool.h"
+#include "schedule/clock.h"
 #include "service/authority.h"
 #include "service/busobject.h"
 #include "service/housekeeper.h"
@@ -11,6 +12,7 @@
 #include "service/passwordservice.h"
 #include "service/paths.h"
 #include "service/scanservice.h"
+#include "service/scheduleservice.h"
 #include "service/settingsservice.h"
 #include "service/trustedcallers.h"
 #include "store/database.h"
@@ -23,6 +25,7 @@
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
 #include "scanadaptor.h"
+#include "schedulesadaptor.h"
 #include "settingsadaptor.h"
 #include "statusadaptor.h"
 
@@ -70,6 +73,7 @@ void Service::stop()
     QDBusConnection::disconnectFromBus(connectionName());
     object_.reset();
     passwords_.reset();
+    schedules_.reset();
     if (scans_)
         scans_->shutDown();
 }
@@ -142,6 +146,29 @@ void Service::openPasswords()
         std::make_unique<PasswordService>(*passwordStore_, *trusted_, options_.configuration);
 }
 
+ExitCode Service::openSchedules()
+{
+    clock_ = options_.scheduleClock.empty() ? schedule::systemClock()
+                                            : schedule::trialClock(options_.scheduleClock);
+    if (!clock_) {
+        log(Level::Error, "--schedule-clock takes a moment in seconds since 1970 and maybe a rate, "
+                          "as in 1795000000*60");
+        return WrongUse;
+    }
+    if (!options_.scheduleClock.empty())
+        log(Level::Warning, "schedules go by the trial clock of --schedule-clock");
+    schedules_ = std::make_unique<ScheduleService>(ScheduleService::Rooms{
+        *database_, *clock_,
+        [this](uint kind) {
+            return scans_->start(kind, QByteArrayLiteral("/"), ScanService::Origin::Schedule);
+        },
+        [this](uint job) { scans_->stop(job); }, options_.powerSupplies});
+    connect(settings_.get(), &SettingsService::imported, schedules_.get(), &ScheduleService::look);
+    connect(scans_.get(), &ScanService::scanEnded, schedules_.get(),
+            [this](const ScanService::Ending &ending) { schedules_->scanEnded(ending.job); });
+    return Done;
+}
+
 ExitCode Service::publish()
 {
     const auto signatures = [this] {
@@ -162,11 +189,14 @@ ExitCode Service::publish()
                                                          [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
     openPasswords();
-    object_ = std::make_unique<BusObject>(BusObject::Rooms{*authority_, *passwords_, *scans_,
-                                                           *reports_, *quarantine_, *pool_,
-                                                           *housekeeper_, *settings_, signatures});
+    if (const ExitCode code = openSchedules(); code != Done)
+        return code;
+    object_ = std::make_unique<BusObject>(
+        BusObject::Rooms{*authority_, *passwords_, *scans_, *reports_, *quarantine_, *pool_,
+                         *housekeeper_, *settings_, *schedules_, signatures});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
+    new SchedulesAdaptor(object_.get());
     new ReportsAdaptor(object_.get());
     new QuarantineAdaptor(object_.get());
     new SettingsAdaptor(object_.get());
@@ -185,6 +215,7 @@ ExitCode Service::publish()
     connect(&daily_, &QTimer::timeout, this, &Service::keepHouse);
     daily_.start(std::chrono::hours(24));
     keepHouse();
+    schedules_->look();
     log(Level::Info, "version " TALO_VERSION " is ready");
     return Done;
 }

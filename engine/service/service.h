@@ -15,6 +15,10 @@ namespace talo::scan
 class Quarantine;
 class WorkerPool;
 } // namespace talo::scan
+namespace talo::schedule
+{
+class Clock;
+}
 namespace talo::store
 {
 class Database;
@@ -30,6 +34,7 @@ class BusObject;
 class Housekeeper;
 class PasswordService;
 class ScanService;
+class ScheduleService;
 class SettingsService;
 class TrustedCallers;
 
@@ -39,6 +44,8 @@ struct Options {
     std::string signatures; // empty: the best there is
     std::string worker;
     std::string configuration;
+    std::string scheduleClock; // of a trial; empty: the system's
+    std::string powerSupplies;
 };
 
 // Exit codes of the program.
@@ -65,6 +72,7 @@ private:
     ExitCode openBus();
     ExitCode openStore();
     void openPasswords();
+    ExitCode openSchedules();
     ExitCode publish();
     void keepHouse();
 
@@ -78,6 +86,8 @@ private:
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
+    std::unique_ptr<schedule::Clock> clock_;
+    std::unique_ptr<ScheduleService> schedules_;
     std::unique_ptr<TrustedCallers> trusted_;
     std::unique_ptr<Authority> authority_;
     std::unique_ptr<PasswordService> passwords_;

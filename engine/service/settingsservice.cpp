@@ -77,12 +77,13 @@ std::string SettingsService::exportAll(std::string &text)
     return failure;
 }
 
-store::ImportOutcome SettingsService::importAll(const std::string &text)
+store::ImportOutcome SettingsService::importAll(const std::string &text, std::int64_t now)
 {
-    store::ImportOutcome outcome = store::importSettings(database_, text);
+    store::ImportOutcome outcome = store::importSettings(database_, text, now);
     switch (outcome.result) {
     case store::ImportOutcome::Result::Done:
         log(Level::Info, "settings imported");
+        emit imported();
         break;
     case store::ImportOutcome::Result::NotValid:
         log(Level::Warning, "a settings file was refused: " + outcome.reason);

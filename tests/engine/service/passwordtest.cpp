@@ -44,6 +44,9 @@ QList<Method> guarded()
         {kSettings, "Import", {QByteArray("[General]\n")}},
         {kExclusions, "Add", {QByteArray("/tmp"), 401}},
         {kExclusions, "Remove", {QByteArray("/opt"), 401}},
+        {kSchedules, "Add", {QByteArray("night"), 1, 501, 8, 3, 0}},
+        {kSchedules, "Edit", {QByteArray("noon"), QByteArray("noons"), 3, 501, 8, 12, 0}},
+        {kSchedules, "Remove", {QByteArray("noon")}},
     };
 }
 
@@ -55,6 +58,7 @@ const QStringList kOpen{
     "Quarantine.Restore", "Quarantine.Purge", "Settings.Get",         "Settings.NotifyChange",
     "Settings.Export",    "Exclusions.List",  "Password.Exists",      "Password.Protection",
     "Password.Validate",  "Password.Create",  "Password.Change",      "Password.Reset",
+    "Schedules.Details",  "Schedules.All",
 };
 
 QString shortName(const QString &interface, const QString &method)
