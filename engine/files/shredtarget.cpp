@@ -80,7 +80,8 @@ Refusal openPlace(const std::string &path, ShredTarget &target)
     const std::size_t slash = path.rfind('/');
     const std::string folder = slash == std::string::npos ? "." : path.substr(0, slash + 1);
     target.name = path.substr(slash == std::string::npos ? 0 : slash + 1);
-    if (path.empty())
+    // A name that the system would cut short at its zero byte is another name.
+    if (path.empty() || path.find('\0') != std::string::npos)
         return refusal(ENOENT);
     if (target.name.empty() || target.name == "." || target.name == "..")
         return refusal(EISDIR);
