@@ -10,6 +10,7 @@
 #include <QDialog>
 #include <QFileSystemModel>
 #include <QHeaderView>
+#include <QScrollBar>
 #include <QTableWidget>
 #include <QToolButton>
 #include <QTreeView>
@@ -19,11 +20,23 @@ namespace
 
 enum Column { FileColumn, StatusColumn, ColumnCount };
 
+constexpr int kContainerHeight = 220;
+constexpr int kTableHeight = 300;
+
 constexpr char kProductFolder[] = "/usr/local/taloantivirus";
 
 // What the second column says of a file; compared with, and so never translated.
 const char kPending[] = "Pending";
 const char kShredded[] = "Shredded";
+
+// The table is taller than its container, which cuts it off. The part that is cut off is given to
+// this scroll bar, which nobody needs, or the last rows could never be seen.
+class CutOffPart : public QScrollBar
+{
+public:
+    explicit CutOffPart(QWidget *parent) : QScrollBar(Qt::Horizontal, parent) {}
+    QSize sizeHint() const override { return {0, kTableHeight - kContainerHeight}; }
+};
 
 QTableWidgetItem *createCell(const QString &text)
 {
@@ -87,12 +100,14 @@ QWidget *Shredder::createTable()
 {
     auto *container = new QWidget(middle_);
     container->setObjectName("updatecontainer");
-    container->setFixedSize(650, 220);
+    container->setFixedSize(650, kContainerHeight);
     container->setContentsMargins(0, 0, 0, 0);
 
-    // Taller than its container, which cuts it off below.
     table_ = new QTableWidget(0, ColumnCount, container);
-    table_->setFixedSize(640, 300);
+    table_->setFixedSize(640, kTableHeight);
+    table_->setHorizontalScrollBar(new CutOffPart(table_));
+    table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
+    table_->setTextElideMode(Qt::ElideMiddle); // a file's name is at its path's end
     table_->setColumnWidth(FileColumn, 550);
     table_->setColumnWidth(StatusColumn, 100);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);

@@ -234,16 +234,17 @@ void ShredderWorkTest::aListThatWasEmptiedMeanwhile()
     QVERIFY(window_->select(0));
     QSemaphore release;
     answerLater(release, 1);
-    Dialogs dialogs;
-    dialogs.expectBox();
+    auto dialogs = std::make_unique<Dialogs>();
+    dialogs->expectBox();
     QVERIFY(window_->press("SHRED"));
     QVERIFY(QTest::qWaitFor([] { return asked() == 1; }));
     QVERIFY(window_->press("REMOVE"));
     release.release();
-    QVERIFY(QTest::qWaitFor([&] { return !dialogs.boxes().isEmpty(); }));
+    QVERIFY(QTest::qWaitFor([&] { return !dialogs->boxes().isEmpty(); }));
     QCOMPARE(
-        boxFault(dialogs, QMessageBox::Information, "File is successfully shred.", &window_->page),
+        boxFault(*dialogs, QMessageBox::Information, "File is successfully shred.", &window_->page),
         QString());
+    dialogs.reset();
     // The count went below nothing and back: no row, nothing to remove or shred.
     QVERIFY(window_->rows().isEmpty());
     QVERIFY(!window_->isEnabled("REMOVE"));
