@@ -116,6 +116,9 @@ QWidget *Shredder::createTable()
     table_->verticalHeader()->hide();
     table_->setHorizontalHeaderLabels({tr("File"), tr("Status")});
     table_->horizontalHeader()->setStretchLastSection(true);
+    // Also where it must shrink: the columns and a scroll bar are wider than the table.
+    table_->horizontalHeader()->setMinimumSectionSize(60);
+    table_->horizontalHeader()->setSectionResizeMode(StatusColumn, QHeaderView::Stretch);
     table_->setAccessibleName(tr("Files to shred"));
 
     auto *row = talo::createRow(container);
