@@ -2,6 +2,7 @@
 
 #include "files/configurationfile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <charconv>
 #include <cstdlib>
@@ -76,9 +77,10 @@ std::vector<std::string> productFolders()
     return folders;
 }
 
-files::FileShredder configuredShredder()
+files::FileShredder configuredShredder(int leastPasses)
 {
-    const ShredConfiguration configuration = readShredConfiguration({kMainFile, kShredderFile});
+    ShredConfiguration configuration = readShredConfiguration({kMainFile, kShredderFile});
+    configuration.passes = std::max(configuration.passes, leastPasses);
     for (const std::string &fault : configuration.faults)
         logShredding(fault + " Files are overwritten " + std::to_string(configuration.passes) +
                      " time(s).");

@@ -27,8 +27,9 @@ ShredConfiguration readShredConfiguration(const std::vector<std::string> &files)
 // The product's folders, and those of a service that this user runs for himself.
 std::vector<std::string> productFolders();
 
-// A shredder with all that; faults of the configuration are told to the log.
-files::FileShredder configuredShredder();
+// A shredder with all that, and at least so many passes; faults of the configuration are told to
+// the log.
+files::FileShredder configuredShredder(int leastPasses = 1);
 
 // What should be known later goes to the system's log; never a file's name, which the shredder
 // takes pains to destroy.

@@ -19,11 +19,13 @@ namespace talo::programs
 namespace
 {
 
+constexpr char kPasses[] = "--passes=";
 constexpr qint64 kBetweenUpdatesMs = 100;
 
 struct Request {
     Words paths;
     bool asks = true;
+    int passes = 1; // or as many as the administrator wants, if that is more
 };
 
 // False: not understood.
@@ -35,7 +37,12 @@ bool parse(const Words &words, Request &request)
             options = false;
         else if (options && word == "--yes")
             request.asks = false;
-        else if (word.isEmpty() || (options && word.startsWith('-')))
+        else if (options && word.startsWith(kPasses)) {
+            bool number = false;
+            request.passes = word.mid(static_cast<int>(sizeof kPasses) - 1).toInt(&number);
+            if (!number || request.passes < 1 || request.passes > client::kMostPasses)
+                return false;
+        } else if (word.isEmpty() || (options && word.startsWith('-')))
             return false;
         else
             request.paths << word;
@@ -94,12 +101,12 @@ void collect(QStringList &doubts, const std::vector<std::string> &more)
             doubts << doubt;
 }
 
-int shredAll(const Words &paths, Console &console)
+int shredAll(const Request &request, Console &console)
 {
     QStringList doubts;
     int destroyed = 0;
-    auto shredder = client::configuredShredder();
-    for (const QByteArray &path : paths) {
+    auto shredder = client::configuredShredder(request.passes);
+    for (const QByteArray &path : request.paths) {
         ProgressLine line(console, shown(path));
         const files::ShredResult result =
             shredder.shred(path.toStdString(), [&](long long written, long long planned) {
@@ -118,7 +125,7 @@ int shredAll(const Words &paths, Console &console)
     if (destroyed > 0)
         for (const QString &doubt : doubts)
             console.problem(QStringLiteral("But: ") + doubt);
-    return destroyed == paths.size() && console.flush() ? 0 : ScanFailed;
+    return destroyed == request.paths.size() && console.flush() ? 0 : ScanFailed;
 }
 
 } // namespace
@@ -127,10 +134,10 @@ int shredCommand(const Words &words)
 {
     Request request;
     if (!parse(words, request))
-        return usageError("\"talo shred\" takes files, and --yes to ask no questions.");
+        return usageError("\"talo shred\" takes files, --yes to ask no questions, and --passes=N.");
     Console console;
     if (isMeant(request, console))
-        return shredAll(request.paths, console);
+        return shredAll(request, console);
     console.problem(QStringLiteral("Nothing was destroyed."));
     return ScanFailed;
 }
