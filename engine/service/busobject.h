@@ -31,6 +31,7 @@ class ReportStore;
 namespace talo::service
 {
 
+class GuardService;
 class PasswordService;
 class SettingsService;
 
@@ -48,6 +49,7 @@ public:
         scan::WorkerPool &pool;
         Housekeeper &housekeeper;
         SettingsService &settings;
+        GuardService &guards;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -91,6 +93,9 @@ public:
     void NotifyChange();
     QByteArray Export();
     int Import(const QByteArray &text);
+
+    // Firewall
+    void Trigger(int state);
 
     // Exclusions
     int Add(const QByteArray &text, int kind);

@@ -102,6 +102,7 @@ int main(int argc, char *argv[])
     const QString configuration = QStringLiteral("config");
     const QString signatures = QStringLiteral("signatures");
     const QString worker = QStringLiteral("worker");
+    const QString guard = QStringLiteral("guard");
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("The service behind TALO Antivirus: scans on request and keeps reports."));
@@ -116,6 +117,8 @@ int main(int argc, char *argv[])
         {signatures, QStringLiteral("Folder with the signatures to use."),
          QStringLiteral("folder")},
         {worker, QStringLiteral("The scan worker program."), QStringLiteral("program")},
+        {guard, QStringLiteral("Enforce the settings of firewall and USB storage on this machine, "
+                               "also on a bus that is not the system's. Needs root.")},
     });
     parser.addHelpOption();
     parser.addVersionOption();
@@ -135,12 +138,14 @@ int main(int argc, char *argv[])
     }
     raiseFileLimit();
     const bool root = geteuid() == 0;
-    Service service(
-        {parser.isSet(bus) ? parser.value(bus) : QString::fromLatin1(root ? "system" : "session"),
-         pathOption(parser, state, defaultStateFolder()),
-         pathOption(parser, signatures, std::string()),
-         pathOption(parser, worker, defaultWorkerProgram()),
-         pathOption(parser, configuration, defaultConfigurationFile())});
+    const QString place =
+        parser.isSet(bus) ? parser.value(bus) : QString::fromLatin1(root ? "system" : "session");
+    // One machine, one guard: of several services it is the one that serves all users.
+    const bool guards = root && (place == QLatin1String("system") || parser.isSet(guard));
+    Service service({place, pathOption(parser, state, defaultStateFolder()),
+                     pathOption(parser, signatures, std::string()),
+                     pathOption(parser, worker, defaultWorkerProgram()),
+                     pathOption(parser, configuration, defaultConfigurationFile()), guards});
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const ExitCode code = service.start();

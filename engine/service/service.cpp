@@ -6,6 +6,7 @@
 #include "scan/workerpool.h"
 #include "service/authority.h"
 #include "service/busobject.h"
+#include "service/guardservice.h"
 #include "service/housekeeper.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
@@ -18,6 +19,7 @@
 #include "store/reportstore.h"
 
 #include "exclusionsadaptor.h"
+#include "firewalladaptor.h"
 #include "noticesadaptor.h"
 #include "passwordadaptor.h"
 #include "quarantineadaptor.h"
@@ -142,6 +144,19 @@ void Service::openPasswords()
         std::make_unique<PasswordService>(*passwordStore_, *trusted_, options_.configuration);
 }
 
+void Service::openGuards()
+{
+    guards_ = std::make_unique<GuardService>(options_.guardsMachine ? GuardService::Scope::Machine
+                                                                    : GuardService::Scope::Nothing,
+                                             options_.state);
+    connect(settings_.get(), &SettingsService::changed, guards_.get(), &GuardService::changed);
+    store::SettingValues values;
+    // Without settings nothing is changed: what stands may be all the protection there is.
+    const std::string failure = settings_->read(values);
+    if (failure.empty())
+        guards_->start(values);
+}
+
 ExitCode Service::publish()
 {
     const auto signatures = [this] {
@@ -162,9 +177,10 @@ ExitCode Service::publish()
                                                          [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
     openPasswords();
-    object_ = std::make_unique<BusObject>(BusObject::Rooms{*authority_, *passwords_, *scans_,
-                                                           *reports_, *quarantine_, *pool_,
-                                                           *housekeeper_, *settings_, signatures});
+    openGuards();
+    object_ = std::make_unique<BusObject>(
+        BusObject::Rooms{*authority_, *passwords_, *scans_, *reports_, *quarantine_, *pool_,
+                         *housekeeper_, *settings_, *guards_, signatures});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
     new ReportsAdaptor(object_.get());
@@ -173,6 +189,7 @@ ExitCode Service::publish()
     new ExclusionsAdaptor(object_.get());
     new PasswordAdaptor(object_.get());
     new NoticesAdaptor(object_.get());
+    new FirewallAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;

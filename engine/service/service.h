@@ -27,6 +27,7 @@ namespace talo::service
 
 class Authority;
 class BusObject;
+class GuardService;
 class Housekeeper;
 class PasswordService;
 class ScanService;
@@ -39,6 +40,7 @@ struct Options {
     std::string signatures; // empty: the best there is
     std::string worker;
     std::string configuration;
+    bool guardsMachine = false; // enforces firewall and USB settings
 };
 
 // Exit codes of the program.
@@ -66,6 +68,7 @@ private:
     ExitCode openStore();
     void openPasswords();
     ExitCode publish();
+    void openGuards();
     void keepHouse();
 
     Options options_;
@@ -77,6 +80,7 @@ private:
     std::unique_ptr<scan::WorkerPool> pool_;
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
+    std::unique_ptr<GuardService> guards_;
     std::unique_ptr<ScanService> scans_;
     std::unique_ptr<TrustedCallers> trusted_;
     std::unique_ptr<Authority> authority_;
