@@ -183,7 +183,8 @@ TEST_F(ProtocolsTest, ListensToTheRouter)
     }));
 }
 
-// A question for the first record of "talotest.local", as another machine's resolver asks it.
+// A question for the address of "talotest.local" from a port of the asker's own: the answer goes to
+// it alone, so what the daemon announces by itself cannot be taken for one.
 TEST_F(ProtocolsTest, AnswersQuestionsForItsName)
 {
     if (!installed("avahi-daemon"))
@@ -196,24 +197,15 @@ TEST_F(ProtocolsTest, AnswersQuestionsForItsName)
                        (folder_ / "conf") + "' >/dev/null 2>&1");
     files::UniqueFd asker;
     network_->there([&] {
-        asker = boundUdp(5353, kTheirLink);
-        ip_mreqn group{};
-        group.imr_multiaddr.s_addr = inet_addr("224.0.0.251");
-        group.imr_ifindex = static_cast<int>(if_nametoindex(kTheirLink));
-        setsockopt(asker.get(), IPPROTO_IP, IP_ADD_MEMBERSHIP, &group, sizeof group);
-        setsockopt(asker.get(), IPPROTO_IP, IP_MULTICAST_IF, &group, sizeof group);
+        asker = boundUdp(0, kTheirLink);
+        ip_mreqn interface {
+        };
+        interface.imr_ifindex = static_cast<int>(if_nametoindex(kTheirLink));
+        setsockopt(asker.get(), IPPROTO_IP, IP_MULTICAST_IF, &interface, sizeof interface);
     });
     ASSERT_TRUE(asker);
     const std::string question = std::string("\0\0\0\0\0\1\0\0\0\0\0\0", 12) + "\x08" + "talotest" +
                                  "\x05" + "local" + std::string("\0\0\1\0\1", 5);
-    // It announces itself too, which is no answer: that would only be outbound.
-    bool announced = false;
-    EXPECT_TRUE(within(std::chrono::seconds(15), [&] {
-        std::array<char, 1500> buffer{};
-        while (readable(asker.get(), 1500))
-            announced |= recv(asker.get(), buffer.data(), buffer.size(), 0) > 0;
-        return announced;
-    }));
     EXPECT_TRUE(within(std::chrono::seconds(10), [&] {
         if (!sendUdp(asker.get(), "224.0.0.251", 5353, question) || !readable(asker.get(), 1500))
             return false;
