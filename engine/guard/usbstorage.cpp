@@ -162,6 +162,8 @@ UsbStorage::Outcome UsbStorage::block() const
 UsbStorage::Outcome UsbStorage::sweep() const
 {
     Outcome outcome;
+    if (!there(places_.flag))
+        return outcome;
     for (const Interface &interface : interfaces()) {
         if (!interface.open)
             continue;

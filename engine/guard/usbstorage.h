@@ -37,7 +37,8 @@ public:
     // itself runs from USB storage: it would not start again.
     Outcome block() const;
 
-    // Unmounts and blocks what is plugged in. What is in use is left as it is and named.
+    // Unmounts and blocks what is plugged in, while storage is marked as blocked. What is in use is
+    // left as it is and named.
     Outcome sweep() const;
 
     // Takes all of it back; does nothing where nothing was blocked.

@@ -1,21 +1,23 @@
-// What guards the machine itself: has the firewall stand as the settings say.
+// What guards the machine itself, as the settings say: the firewall, USB storage, and the scan of
+// drives that are plugged in.
 #pragma once
 
-#include "guard/firewall.h"
-#include "guard/tablewatch.h"
 #include "store/settingstable.h"
 
 #include <QObject>
-#include <QSocketNotifier>
-#include <QTimer>
+#include <QString>
 #include <QVariantMap>
 
 #include <memory>
-#include <optional>
 #include <string>
 
 namespace talo::service
 {
+
+class DriveGuard;
+class FirewallGuard;
+class ScanService;
+class StorageGuard;
 
 // Lives on the service's main thread and is called there.
 class GuardService : public QObject
@@ -24,9 +26,9 @@ class GuardService : public QObject
 
 public:
     // Only the machine's own service may change what the kernel does for everybody. Any other one
-    // keeps the settings and says that it cannot enforce them.
-    enum class Scope { Machine, Nothing };
-    GuardService(Scope scope, const std::string &stateFolder);
+    // keeps the settings and says that it cannot enforce them; drives it scans all the same.
+    enum class Scope { Machine, Own };
+    GuardService(Scope scope, const std::string &stateFolder, ScanService &scans);
     ~GuardService() override;
 
     // Enforces what is set, and begins to watch that it stays enforced.
@@ -39,28 +41,16 @@ public:
     };
     Refusal trigger(Firewall wanted);
 
-    // What is enforced now, as the kernel has it; for the answer of GetStatus.
+    // What is enforced now, as the system has it; for the answer of GetStatus.
     QVariantMap status();
 
 public slots:
     void changed(talo::store::Group group, const talo::store::SettingValues &values);
 
 private:
-    std::string enforce(Firewall wanted);
-    void remember(Firewall wanted) const;
-    void watchTables();
-    void mend();
-    void nameOthers();
-
-    const Scope scope_;
-    const std::string flag_; // there while the firewall is to stand after a restart
-    guard::Firewall firewall_;
-    Firewall wanted_ = Firewall::Off;
-    std::optional<guard::TableWatch> tables_;
-    std::unique_ptr<QSocketNotifier> tableNotifier_;
-    QTimer mending_;
-    unsigned mended_ = 0; // times since the last quiet spell
-    QTimer quiet_;
+    std::unique_ptr<FirewallGuard> firewall_; // these two of the machine's own service alone
+    std::unique_ptr<StorageGuard> storage_;
+    std::unique_ptr<DriveGuard> drives_;
 };
 
 } // namespace talo::service

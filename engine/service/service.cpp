@@ -147,8 +147,8 @@ void Service::openPasswords()
 void Service::openGuards()
 {
     guards_ = std::make_unique<GuardService>(options_.guardsMachine ? GuardService::Scope::Machine
-                                                                    : GuardService::Scope::Nothing,
-                                             options_.state);
+                                                                    : GuardService::Scope::Own,
+                                             options_.state, *scans_);
     connect(settings_.get(), &SettingsService::changed, guards_.get(), &GuardService::changed);
     store::SettingValues values;
     // Without settings nothing is changed: what stands may be all the protection there is.

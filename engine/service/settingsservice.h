@@ -52,6 +52,9 @@ signals:
     void changed(talo::store::Group group, const talo::store::SettingValues &values);
 
 private:
+    // After a change of these groups callers give no word, as the operations have it.
+    void takeUpAtOnce(store::Group group, const store::SettingsStore::Outcome &outcome);
+
     store::Database &database_;
     store::SettingsStore settings_;
     store::ExclusionStore exclusions_;
