@@ -49,6 +49,8 @@ constexpr std::array<Rule, static_cast<std::size_t>(Action::kEnd)> kRules{{
      Guard::WhileProtected},
     {Action::ChangeFirewallSetting, "change the setting of the firewall",
      "org.taloantivirus.change-firewall", Guard::WhileProtected},
+    {Action::SwitchFirewall, "switch the firewall on or off", "org.taloantivirus.change-firewall",
+     Guard::WhileProtected},
     {Action::ChangeDeviceControl, "change the setting of USB storage",
      "org.taloantivirus.change-device-control", Guard::Always},
     {Action::ChangeExclusions, "change what scans leave out", "org.taloantivirus.change-exclusions",

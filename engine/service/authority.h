@@ -33,6 +33,7 @@ enum class Action {
     ReadSettings, // exclusions too
     ChangeSettings,
     ChangeFirewallSetting,
+    SwitchFirewall, // the running one
     ChangeDeviceControl,
     ChangeExclusions,
     ImportSettings,

@@ -31,6 +31,7 @@ class ReportStore;
 namespace talo::service
 {
 
+class GuardService;
 class PasswordService;
 class ScheduleService;
 class SettingsService;
@@ -50,6 +51,7 @@ public:
         Housekeeper &housekeeper;
         SettingsService &settings;
         ScheduleService &schedules;
+        GuardService &guards;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -93,6 +95,9 @@ public:
     void NotifyChange();
     QByteArray Export();
     int Import(const QByteArray &text);
+
+    // Firewall
+    void Trigger(int state);
 
     // Exclusions
     int Add(const QByteArray &text, int kind);

@@ -137,7 +137,7 @@ std::optional<ScanService::Started> ScanService::refuse(uint kind, const QByteAr
     return std::nullopt;
 }
 
-ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin)
+ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin, Gone gone)
 {
     dropOld();
     if (const auto refused = refuse(kind, path))
@@ -152,8 +152,10 @@ ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origi
     entry.type = typeOf(entry.kind, origin);
     entry.scanned = scannedBy(entry.kind, root);
     entry.record = std::make_shared<JobRecord>();
+    ReportRecorder::Hooks told = hooks(number, entry, set);
+    told.gone = std::move(gone);
     entry.recorder = std::make_unique<ReportRecorder>(rooms_.reports, entry.type, entry.scanned,
-                                                      entry.record, hooks(number, entry, set));
+                                                      entry.record, std::move(told));
     log(Level::Info,
         entry.type + " " + std::to_string(number) + " of " + entry.scanned + " begins");
     // Looking for the places of a quick scan takes a while. All kinds go this way, so that no scan
@@ -210,7 +212,7 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots, const S
     if (entry->pauseAsked)
         entry->job->pause();
     entry->job->start();
-    if (entry->record->stopAsked())
+    if (entry->record->stopAsked() || entry->interrupted)
         entry->job->stop();
 }
 
@@ -281,6 +283,17 @@ bool ScanService::stop(uint job)
     if (entry == nullptr)
         return false;
     entry->record->askStop();
+    if (entry->job)
+        entry->job->stop();
+    return true;
+}
+
+bool ScanService::interrupt(uint job)
+{
+    Entry *const entry = find(job);
+    if (entry == nullptr)
+        return false;
+    entry->interrupted = true;
     if (entry->job)
         entry->job->stop();
     return true;

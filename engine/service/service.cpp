@@ -7,6 +7,7 @@
 #include "schedule/clock.h"
 #include "service/authority.h"
 #include "service/busobject.h"
+#include "service/guardservice.h"
 #include "service/housekeeper.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
@@ -20,6 +21,7 @@
 #include "store/reportstore.h"
 
 #include "exclusionsadaptor.h"
+#include "firewalladaptor.h"
 #include "noticesadaptor.h"
 #include "passwordadaptor.h"
 #include "quarantineadaptor.h"
@@ -146,29 +148,6 @@ void Service::openPasswords()
         std::make_unique<PasswordService>(*passwordStore_, *trusted_, options_.configuration);
 }
 
-ExitCode Service::openSchedules()
-{
-    clock_ = options_.scheduleClock.empty() ? schedule::systemClock()
-                                            : schedule::trialClock(options_.scheduleClock);
-    if (!clock_) {
-        log(Level::Error, "--schedule-clock takes a moment in seconds since 1970 and maybe a rate, "
-                          "as in 1795000000*60");
-        return WrongUse;
-    }
-    if (!options_.scheduleClock.empty())
-        log(Level::Warning, "schedules go by the trial clock of --schedule-clock");
-    schedules_ = std::make_unique<ScheduleService>(ScheduleService::Rooms{
-        *database_, *clock_,
-        [this](uint kind) {
-            return scans_->start(kind, QByteArrayLiteral("/"), ScanService::Origin::Schedule);
-        },
-        [this](uint job) { scans_->stop(job); }, options_.powerSupplies});
-    connect(settings_.get(), &SettingsService::imported, schedules_.get(), &ScheduleService::look);
-    connect(scans_.get(), &ScanService::scanEnded, schedules_.get(),
-            [this](const ScanService::Ending &ending) { schedules_->scanEnded(ending.job); });
-    return Done;
-}
-
 ExitCode Service::publish()
 {
     const auto signatures = [this] {
@@ -191,9 +170,10 @@ ExitCode Service::publish()
     openPasswords();
     if (const ExitCode code = openSchedules(); code != Done)
         return code;
+    openGuards();
     object_ = std::make_unique<BusObject>(
         BusObject::Rooms{*authority_, *passwords_, *scans_, *reports_, *quarantine_, *pool_,
-                         *housekeeper_, *settings_, *schedules_, signatures});
+                         *housekeeper_, *settings_, *schedules_, *guards_, signatures});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
     new SchedulesAdaptor(object_.get());
@@ -203,6 +183,7 @@ ExitCode Service::publish()
     new ExclusionsAdaptor(object_.get());
     new PasswordAdaptor(object_.get());
     new NoticesAdaptor(object_.get());
+    new FirewallAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;

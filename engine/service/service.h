@@ -31,6 +31,7 @@ namespace talo::service
 
 class Authority;
 class BusObject;
+class GuardService;
 class Housekeeper;
 class PasswordService;
 class ScanService;
@@ -46,6 +47,7 @@ struct Options {
     std::string configuration;
     std::string scheduleClock; // of a trial; empty: the system's
     std::string powerSupplies;
+    bool guardsMachine = false; // enforces firewall and USB settings
 };
 
 // Exit codes of the program.
@@ -73,6 +75,7 @@ private:
     ExitCode openStore();
     void openPasswords();
     ExitCode openSchedules();
+    void openGuards();
     ExitCode publish();
     void keepHouse();
 
@@ -86,6 +89,7 @@ private:
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
+    std::unique_ptr<GuardService> guards_;
     std::unique_ptr<schedule::Clock> clock_;
     std::unique_ptr<ScheduleService> schedules_;
     std::unique_ptr<TrustedCallers> trusted_;

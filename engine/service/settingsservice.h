@@ -54,6 +54,9 @@ signals:
     void imported();
 
 private:
+    // After a change of these groups callers give no word, as the operations have it.
+    void takeUpAtOnce(store::Group group, const store::SettingsStore::Outcome &outcome);
+
     store::Database &database_;
     store::SettingsStore settings_;
     store::ExclusionStore exclusions_;

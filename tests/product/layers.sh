@@ -19,7 +19,8 @@ declare -A allowed=(
     [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
         scan/disinfectprotocol.h'
     [engine/client]='client/ engine/ interface/ files/'
-    [engine/service]='service/ interface/ files/ store/ scan/ schedule/'
+    [engine/guard]='guard/ files/'
+    [engine/service]='service/ interface/ files/ guard/ scan/ schedule/ store/'
     [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h'
 )
 
@@ -54,8 +55,8 @@ if grep -rlE '#include <Q(Application|Widget|MainWindow|Dialog|MessageBox)' engi
     echo "only engine/programs may use widgets"
     wrong=1
 fi
-if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/schedule engine/scan engine/worker \
-    engine/disinfect; then
+if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/guard engine/store engine/schedule \
+    engine/scan engine/worker engine/disinfect; then
     echo "these rooms do without Qt"
     wrong=1
 fi

@@ -42,6 +42,8 @@ QList<Method> guarded()
         {kSettings, "ApplyDefault", {"General"}},
         {kSettings, "ApplyDefault", {"DeviceControl"}},
         {kSettings, "Import", {QByteArray("[General]\n")}},
+        {kFirewall, "Trigger", {1}},
+        {kFirewall, "Trigger", {2}},
         {kExclusions, "Add", {QByteArray("/tmp"), 401}},
         {kExclusions, "Remove", {QByteArray("/opt"), 401}},
         {kSchedules, "Add", {QByteArray("night"), 1, 501, 8, 3, 0}},
