@@ -1,5 +1,6 @@
 #include "files/duplicates/comparison.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstring>
 #include <unistd.h>
@@ -11,7 +12,7 @@ namespace talo::files
 namespace
 {
 
-constexpr std::size_t kBuffer = 1u << 20u;
+constexpr off_t kBuffer = 1 << 20;
 
 // As much as there is, up to a whole buffer. Negative: errno says why.
 ssize_t fill(int fd, std::vector<char> &buffer, off_t offset)
@@ -38,8 +39,10 @@ std::optional<Error> compareContents(const OpenedFile &a, const OpenedFile &b)
     const Error different{ESTALE, "it is no longer equal to the copy that would stay"};
     if (a.status.st_size != b.status.st_size)
         return different;
-    std::vector<char> bufferA(kBuffer);
-    std::vector<char> bufferB(kBuffer);
+    // One byte more than a small file has, so that one that grew is found out at once.
+    const auto size = static_cast<std::size_t>(std::min<off_t>(a.status.st_size, kBuffer - 1)) + 1;
+    std::vector<char> bufferA(size);
+    std::vector<char> bufferB(size);
     off_t offset = 0;
     for (;;) {
         const ssize_t countA = fill(a.fd.get(), bufferA, offset);
@@ -50,7 +53,7 @@ std::optional<Error> compareContents(const OpenedFile &a, const OpenedFile &b)
         if (countA != countB || std::memcmp(bufferA.data(), bufferB.data(), count) != 0)
             return different;
         offset += countA;
-        if (count < kBuffer)
+        if (count < size)
             break;
     }
     if (offset < a.status.st_size) // cut off after it was opened
