@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <chrono>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -17,6 +18,7 @@
 #include <string>
 #include <sys/resource.h>
 #include <sys/stat.h>
+#include <sys/wait.h>
 #include <thread>
 #include <unistd.h>
 #include <vector>
@@ -222,6 +224,28 @@ int floorOf(const std::string &folder)
     return 0;
 }
 
+int run(char **command)
+{
+    const auto begin = std::chrono::steady_clock::now();
+    const pid_t child = fork();
+    if (child == 0) {
+        const int nothing = open("/dev/null", O_RDWR | O_CLOEXEC);
+        dup2(nothing, STDOUT_FILENO);
+        dup2(nothing, STDERR_FILENO);
+        execvp(command[0], command);
+        _exit(127);
+    }
+    int status = 0;
+    struct rusage usage = {};
+    if (child < 0 || wait4(child, &status, 0, &usage) != child)
+        fail(command[0]);
+    if (!WIFEXITED(status) || WEXITSTATUS(status) == 127)
+        fail(std::string("did not run to its end: ") + command[0]);
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - begin;
+    std::printf("%.3f %ld\n", time.count(), usage.ru_maxrss);
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -233,6 +257,10 @@ int main(int argc, char **argv)
         return search(words[1]);
     if (words.size() == 2 && words[0] == "floor")
         return floorOf(words[1]);
-    std::fputs("usage: bench_duplicates make TREE FOLDER | search FOLDER | floor FOLDER\n", stderr);
+    if (words.size() >= 2 && words[0] == "run")
+        return run(argv + 2);
+    std::fputs("usage: bench_duplicates make TREE FOLDER | search FOLDER | floor FOLDER | "
+               "run COMMAND\n",
+               stderr);
     return 2;
 }
