@@ -28,7 +28,7 @@ struct Candidate {
 // files not yet in memory takes its time for.
 unsigned readers()
 {
-    return std::clamp(std::thread::hardware_concurrency() * 8, 16u, 64u);
+    return std::clamp(std::thread::hardware_concurrency() * 16, 32u, 64u);
 }
 
 class Search

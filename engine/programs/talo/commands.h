@@ -14,6 +14,7 @@ int statusCommand(const Words &words);
 int scanCommand(const Words &words);
 int reportCommand(const Words &words);
 int quarantineCommand(const Words &words);
+int duplicatesCommand(const Words &words);
 
 // What every command answers where it was not understood: says so and returns the exit code.
 int usageError(const char *problem);
