@@ -15,6 +15,7 @@ int scanCommand(const Words &words);
 int reportCommand(const Words &words);
 int quarantineCommand(const Words &words);
 int shredCommand(const Words &words);
+int duplicatesCommand(const Words &words);
 
 // What every command answers where it was not understood: says so and returns the exit code.
 int usageError(const char *problem);

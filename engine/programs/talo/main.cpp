@@ -29,6 +29,7 @@ constexpr char kUsage[] =
     "  quarantine purge ID         destroy it for good\n"
     "  shred [--yes] [--passes=N] FILE...\n"
     "                              destroy files beyond recovery; --yes asks no questions\n"
+    "  duplicates FOLDER           files with equal content, the largest gain first\n"
     "  help, --version\n"
     "\n"
     "Exit status of a scan: 0 no threats, 1 threats found, 2 it failed or was stopped.\n"
@@ -40,12 +41,13 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 5> kCommands{{
+constexpr std::array<Command, 7> kCommands{{
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
     {"quarantine", quarantineCommand},
     {"shred", shredCommand},
+    {"duplicates", duplicatesCommand},
 }};
 
 int print(const char *text)
