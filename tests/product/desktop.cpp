@@ -106,7 +106,11 @@ void Desktop::clickText(const QString &text) const
 
 void Desktop::clickItem(const QModelIndex &index, QAbstractItemView *view) const
 {
-    clickAt([&] { return view->viewport()->mapToGlobal(view->visualRect(index).center()); });
+    // An item may be wider than what is seen of it.
+    clickAt([&] {
+        const QRect seen = view->visualRect(index) & view->viewport()->rect();
+        return view->viewport()->mapToGlobal(seen.center());
+    });
 }
 
 void Desktop::type(const QString &fieldName, const QString &text) const
