@@ -223,6 +223,8 @@ void Desktop::screenshot(const std::string &name) const
 
 std::string play(const std::function<void(const Desktop &)> &person)
 {
+    // Closing the windows at the end of one person's steps must not end the next one's.
+    QApplication::setQuitOnLastWindowClosed(false);
     TaloAntivirus_Linux_App window;
     window.show();
     std::string failure;
