@@ -167,7 +167,7 @@ QString Desktop::answerMessage(QMessageBox::StandardButton answer) const
     const auto box = [] { return qobject_cast<QMessageBox *>(QApplication::activeModalWidget()); };
     await("a message box", [&] { return box() && box()->isVisible(); });
     const QMessageBox *const answered = see<QMessageBox *>(box);
-    const QString text = see<QString>([&] { return box()->text(); });
+    QString text = see<QString>([&] { return box()->text(); });
     clickAt([&] {
         return middle(answer == QMessageBox::NoButton ? box()->buttons().first()
                                                       : box()->button(answer));
