@@ -114,8 +114,12 @@ QWidget *ConfigureScheduleScan::createFields()
 QHBoxLayout *ConfigureScheduleScan::createNameRow()
 {
     txtName_ = new QTextEdit(container_);
-    txtName_->setTabChangesFocus(true);
     txtName_->setAcceptRichText(false);
+    // As high as one line, it is to work like one.
+    txtName_->setTabChangesFocus(true);
+    txtName_->setLineWrapMode(QTextEdit::NoWrap);
+    txtName_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    txtName_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     cmbType_ = createBox(container_, {tr("Quick Scan"), tr("Full Scan")});
 
     auto *row = talo::createRow();

@@ -80,6 +80,9 @@ void ScheduleScan::createTable()
     table_->verticalHeader()->hide();
     table_->setHorizontalHeaderLabels({tr("Name"), tr("Type"), tr("Frequency")});
     table_->horizontalHeader()->setStretchLastSection(true);
+    // The last column keeps its width beside a vertical scroll bar; a second bar would only let the
+    // user reach its margin.
+    table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
 }
 
 void ScheduleScan::createBottom()
