@@ -167,10 +167,10 @@ void ConfigureScheduleScan::createBottom()
 {
     bottom_ = talo::createScheduleBottom(this);
 
-    auto *save = talo::createTextButton(bottom_, "", tr("SAVE"));
-    connect(save, SIGNAL(clicked(bool)), this, SLOT(btnSaveSchClicked()));
     auto *cancel = talo::createTextButton(bottom_, "", tr("CANCEL"));
     connect(cancel, SIGNAL(clicked(bool)), this, SIGNAL(ShowScheduleScanPage()));
+    auto *save = talo::createTextButton(bottom_, "", tr("SAVE"));
+    connect(save, SIGNAL(clicked(bool)), this, SLOT(btnSaveSchClicked()));
 
     auto *row = talo::createRow(bottom_);
     row->addStretch(1);

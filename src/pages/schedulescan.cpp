@@ -89,12 +89,12 @@ void ScheduleScan::createBottom()
 {
     bottom_ = talo::createScheduleBottom(this);
 
-    auto *add = talo::createTextButton(bottom_, "", tr("ADD"));
-    connect(add, SIGNAL(clicked(bool)), this, SIGNAL(ShowConfigureScheduleScanPage()));
     btnRemove_ = talo::createTextButton(bottom_, "", tr("REMOVE"));
     connect(btnRemove_, SIGNAL(clicked(bool)), this, SLOT(btnRemoveSchClicked()));
     btnEdit_ = talo::createTextButton(bottom_, "", tr("EDIT"));
     connect(btnEdit_, SIGNAL(clicked(bool)), this, SLOT(btnEditSchClicked()));
+    auto *add = talo::createTextButton(bottom_, "", tr("ADD"));
+    connect(add, SIGNAL(clicked(bool)), this, SIGNAL(ShowConfigureScheduleScanPage()));
 
     auto *row = talo::createRow(bottom_);
     row->addStretch(1);

@@ -6,6 +6,7 @@
 
 #include <QComboBox>
 #include <QLabel>
+#include <QScrollBar>
 #include <QSignalSpy>
 #include <QTextEdit>
 #include <QTimeEdit>
@@ -41,6 +42,7 @@ private slots:
     void loadsTime_data();
     void loadsTime();
     void loadedNameIsNoMarkup();
+    void nameIsAFieldOfOneLine();
     void loadingAsksNothingOfTheEngine();
 
 private:
@@ -291,6 +293,21 @@ void ConfigureScheduleScanFieldsTest::loadedNameIsNoMarkup()
 {
     page_->setAllDataFieldsToEdit("<b>a</b>", 1, 8, 2, 0);
     QCOMPARE(name()->toPlainText(), QString("<b>a</b>"));
+}
+
+void ConfigureScheduleScanFieldsTest::nameIsAFieldOfOneLine()
+{
+    QVERIFY(QTest::qWaitForWindowActive(page_.get()));
+    name()->setFocus();
+    QTest::keyClicks(name(), "night");
+    QTest::keyClick(name(), Qt::Key_Tab);
+    QCOMPARE(name()->toPlainText(), QString("night"));
+    QVERIFY(type()->hasFocus());
+
+    name()->setPlainText(QString(100, 'x'));
+    QCOMPARE(name()->lineWrapMode(), QTextEdit::NoWrap);
+    QVERIFY(!name()->verticalScrollBar()->isVisible());
+    QVERIFY(!name()->horizontalScrollBar()->isVisible());
 }
 
 void ConfigureScheduleScanFieldsTest::loadingAsksNothingOfTheEngine()
