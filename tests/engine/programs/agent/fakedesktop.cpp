@@ -2,6 +2,8 @@
 
 #include <QUuid>
 
+#include <utility>
+
 namespace talo::tests
 {
 
@@ -34,11 +36,17 @@ uint FakeDesktop::Notify(const QString &program, uint replaces, const QString &i
                          const QString &summary, const QString &body, const QStringList &actions,
                          const QVariantMap &hints, int /*timeout*/, const QDBusMessage &message)
 {
-    if (refuses_) {
-        refuses_ = false;
+    switch (std::exchange(nextAnswer_, Answer::Number)) {
+    case Answer::Number:
+        break;
+    case Answer::Refusal:
         message.setDelayedReply(true);
         bus_.send(message.createErrorReply(
             QStringLiteral("org.freedesktop.Notifications.Error.Excess"), QStringLiteral("no")));
+        return 0;
+    case Answer::None:
+        message.setDelayedReply(true);
+        silent_ = true;
         return 0;
     }
     const uint id = replaces != 0 ? replaces : nextId_++;

@@ -38,7 +38,10 @@ public:
     void invoke(uint id, const QString &action);
     void close(uint id);
     // Answers the next notification with an error.
-    void refuseOnce() { refuses_ = true; }
+    void refuseOnce() { nextAnswer_ = Answer::Refusal; }
+    // Takes the next notification and never answers.
+    void keepSilentOnce() { nextAnswer_ = Answer::None; }
+    bool isSilent() const { return silent_; } // has done so
 
 public slots:
     Q_SCRIPTABLE QStringList GetCapabilities() const { return capabilities_; }
@@ -52,11 +55,14 @@ signals:
     Q_SCRIPTABLE void NotificationClosed(uint id, uint reason);
 
 private:
+    enum class Answer { Number, Refusal, None };
+
     QDBusConnection bus_;
     QStringList capabilities_;
     QList<Notification> notifications_;
     uint nextId_;
-    bool refuses_ = false;
+    Answer nextAnswer_ = Answer::Number;
+    bool silent_ = false;
 };
 
 } // namespace talo::tests

@@ -63,6 +63,7 @@ private slots:
     void waitsForADesktop();
     void nextDesktopKnowsNothingOfTheLast();
     void refusedNoticeIsDropped();
+    void noticeThatDiesWithTheDesktopIsShownByTheNext();
     void serviceMayComeLaterAndRestart();
     void systemBusIsHeardToo();
     void onlyTheServiceIsHeard();
@@ -330,6 +331,21 @@ void AgentTest::refusedNoticeIsDropped()
     engine_->tellEnd("Shown", talo::interface::Finished, "", 1, 0, "key");
     QTRY_COMPARE(seen().size(), 1);
     QCOMPARE(seen()[0].summary, QString("Shown finished"));
+}
+
+void AgentTest::noticeThatDiesWithTheDesktopIsShownByTheNext()
+{
+    play();
+    desktop_->keepSilentOnce();
+    engine_->tellThreat(kType, "/a", "Test", "left");
+    QTRY_VERIFY(desktop_->isSilent());
+    engine_->tellThreat(kType, "/b", "Test", "left");
+    engine_->tellEnd(kType, talo::interface::Finished, "", 2, 2, "key");
+    desktop_.reset();
+    desktop_ = std::make_unique<FakeDesktop>(session_->address(), kRich);
+    QTRY_COMPARE(seen().size(), 2);
+    QCOMPARE(seen()[0].summary, QString("2 threats found")); // and not that one was, before
+    QCOMPARE(seen()[1].summary, QString("Scheduled Full Scan finished"));
 }
 
 void AgentTest::serviceMayComeLaterAndRestart()
