@@ -19,7 +19,7 @@ constexpr int kLongestText = 120;
 // of two units is not torn apart.
 QString shortened(const QString &text)
 {
-    const QString safe = printable(text);
+    QString safe = printable(text);
     if (safe.size() <= kLongestText)
         return safe;
     QString head = safe.left(kLongestText / 2);

@@ -64,6 +64,7 @@ private slots:
     void nextDesktopKnowsNothingOfTheLast();
     void refusedNoticeIsDropped();
     void noticeThatDiesWithTheDesktopIsShownByTheNext();
+    void outdatedNoticeIsNotShownLate();
     void serviceMayComeLaterAndRestart();
     void systemBusIsHeardToo();
     void onlyTheServiceIsHeard();
@@ -334,6 +335,20 @@ void AgentTest::refusedNoticeIsDropped()
 }
 
 void AgentTest::noticeThatDiesWithTheDesktopIsShownByTheNext()
+{
+    play();
+    desktop_->keepSilentOnce();
+    engine_->tellEnd("First", talo::interface::Finished, "", 1, 0, "key");
+    QTRY_VERIFY(desktop_->isSilent());
+    engine_->tellEnd("Second", talo::interface::Finished, "", 1, 0, "key");
+    desktop_.reset();
+    desktop_ = std::make_unique<FakeDesktop>(session_->address(), kRich);
+    QTRY_COMPARE(seen().size(), 2);
+    QCOMPARE(seen()[0].summary, QString("First finished"));
+    QCOMPARE(seen()[1].summary, QString("Second finished"));
+}
+
+void AgentTest::outdatedNoticeIsNotShownLate()
 {
     play();
     desktop_->keepSilentOnce();
