@@ -3,7 +3,6 @@
 //
 // Needs root, for a /usr/local of its own; the product then runs as an ordinary user.
 
-#include "app/app.h"
 #include "product/desktop.h"
 #include "product/installation.h"
 
@@ -157,10 +156,6 @@ void ProductScanTest::drive(const Desktop &desktop)
 void ProductScanTest::customScanIsReportedReadSavedAndDeleted()
 {
     QVERIFY(QDir().mkpath(home_.filePath("saved")));
-    TaloAntivirus_Linux_App window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-
     const std::string failure = play([this](const Desktop &desktop) { drive(desktop); });
     QVERIFY2(failure.empty(), failure.c_str());
 
