@@ -13,7 +13,11 @@
 #include <QFile>
 #include <QTest>
 
+#include <linux/ioprio.h>
 #include <random>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace talo::interface;
 
@@ -64,6 +68,43 @@ struct Added {
     int weekday;
 };
 
+QList<qint64> childrenOf(qint64 process)
+{
+    QList<qint64> children;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(process);
+    for (const QString &thread : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(tasks + '/' + thread + "/children");
+        if (file.open(QIODevice::ReadOnly))
+            for (const QByteArray &child : file.readAll().simplified().split(' '))
+                if (!child.isEmpty())
+                    children += child.toLongLong();
+    }
+    return children;
+}
+
+// How many have which rank, on the processors and the drives alike.
+struct Ranks {
+    int normal = 0;
+    int background = 0;
+    int other = 0;
+
+    void take(qint64 thread)
+    {
+        const int nice = getpriority(PRIO_PROCESS, static_cast<id_t>(thread));
+        const long io = syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, thread);
+        const bool idle = IOPRIO_PRIO_CLASS(io) == IOPRIO_CLASS_IDLE;
+        ++(nice == 0 && !idle ? normal : nice == 19 && idle ? background : other);
+    }
+};
+
+Ranks ranksBelow(const QString &tasks)
+{
+    Ranks ranks;
+    for (const QString &thread : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        ranks.take(thread.toLongLong());
+    return ranks;
+}
+
 const QString kFull = QStringLiteral("Scheduled Full Scan");
 const QString kQuick = QStringLiteral("Scheduled Quick Scan");
 
@@ -89,6 +130,7 @@ private slots:
     void waitForOneOfFourJobsToEnd();
     void waitForMains();
     void waitForMainsNoLongerThanADay();
+    void leaveTheMachineToOthers();
     void refuseAClockThatIsNone();
 
 private:
@@ -386,6 +428,39 @@ void ScheduleTest::waitForMainsNoLongerThanADay()
     QTRY_VERIFY_WITH_TIMEOUT(all().at(0).waits.contains("battery"), kSoon);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
     QCOMPARE(all().at(0).next, kDue + 7 * kDay);
+}
+
+// The threads that walk and open, and the workers that look inside.
+void ScheduleTest::leaveTheMachineToOthers()
+{
+    for (int number = 0; number < 6000; ++number)
+        write(folder_->filePath(QStringLiteral("place/%1").arg(number)),
+              QByteArray::number(number));
+    prepare({{"full", 1, 8}});
+    start(kDue - 20, 10);
+    QTRY_COMPARE_WITH_TIMEOUT(running().size(), 1, kSoon);
+    const uint job = running().at(0).job;
+    const auto progress = [&] {
+        return QDBusReply<ScanProgress>(call(kScan, "Progress", {job, 0U})).value();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(progress().filesDone > 0, kSoon);
+    call(kScan, "Pause", {job});
+    QTRY_COMPARE_WITH_TIMEOUT(progress().state, uint(Paused), kSoon);
+    const qint64 service = service_->processId();
+    const Ranks threads = ranksBelow(QStringLiteral("/proc/%1/task").arg(service));
+    QVERIFY(threads.background > 0 && threads.normal > 0);
+    QCOMPARE(threads.other, 0);
+    QVERIFY(getpriority(PRIO_PROCESS, static_cast<id_t>(service)) == 0);
+    Ranks workers;
+    for (const qint64 server : childrenOf(service))
+        for (const qint64 worker : childrenOf(server))
+            workers.take(worker);
+    // Those for scans that somebody waits for are ready beside them.
+    QVERIFY2(workers.background > 0 && workers.background == workers.normal,
+             qPrintable(QStringLiteral("%1 %2").arg(workers.background).arg(workers.normal)));
+    QCOMPARE(workers.other, 0);
+    call(kScan, "Resume", {job});
+    QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, 2 * kSoon);
 }
 
 void ScheduleTest::refuseAClockThatIsNone()
