@@ -131,6 +131,7 @@ private slots:
     void waitForMains();
     void waitForMainsNoLongerThanADay();
     void leaveTheMachineToOthers();
+    void areManagedInTheTerminal();
     void refuseAClockThatIsNone();
 
 private:
@@ -461,6 +462,59 @@ void ScheduleTest::leaveTheMachineToOthers()
     QCOMPARE(workers.other, 0);
     call(kScan, "Resume", {job});
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, 2 * kSoon);
+}
+
+void ScheduleTest::areManagedInTheTerminal()
+{
+    struct End {
+        int code;
+        QString out;
+        QString problem;
+    };
+    const auto talo = [](const QString &words) {
+        Program program;
+        program.start(built("bin/talo"), QStringList{"schedule"} + words.split(' '));
+        program.waitForFinished();
+        return End{program.exitCode(), program.readAllStandardOutput(),
+                   program.readAllStandardError()};
+    };
+    QCOMPARE(talo("list").code, 2);
+    start(kDue, 1);
+    QCOMPARE(talo("list").out, "No scans are scheduled.\n");
+    QCOMPARE(talo("next").out, "No scans are scheduled.\n");
+    QVERIFY(talo("--help").out.contains("--weekly DAY") && talo("add --help").code == 0);
+    QCOMPARE(talo("add night --full --daily --at 03:00").code, 0);
+    QCOMPARE(talo("add Sunday --at 14:05 --weekly Sunday --quick").code, 0);
+    QCOMPARE(talo("list").out, "night  full scan  daily at 03:00\n"
+                               "Sunday  quick scan  every Sunday at 14:05\n");
+    QCOMPARE(talo("next").out, "night  full scan  2026-11-22 03:00\n");
+    const std::pair<QString, QString> refused[] = {
+        {"add", "takes list"},
+        {"add other", "--full or --quick"},
+        {"add other --full", "--daily or --weekly"},
+        {"add other --full --daily", "--at HH:MM"},
+        {"add other --full --daily --at", "00:00 to 23:59"},
+        {"add other --full --daily --at 24:00", "00:00 to 23:59"},
+        {"add other --full --daily --at 3", "00:00 to 23:59"},
+        {"add other --full --weekly --at 03:01", "takes a day"},
+        {"add other --full --quick --daily --at 03:01", "one kind"},
+        {"add other --full --daily --weekly monday --at 03:01", "either"},
+        {"add other --full --hourly", "knows"},
+        {"add NIGHT --full --daily --at 03:01", "of this name"},
+        {"add other --full --daily --at 03:00", "same time"},
+        {"add a-bcd --full --daily --at 03:01", "letters and digits"},
+        {"add abc --full --daily --at 03:01", "4 to 8"},
+        {"remove other", "no such schedule"},
+        {"remove", "takes list"},
+        {"list all", "takes list"},
+    };
+    for (const auto &[words, problem] : refused) {
+        const End end = talo(words);
+        QVERIFY2(end.code == 2 && end.out.isEmpty() && end.problem.contains(problem),
+                 qPrintable(words + ": " + end.problem));
+    }
+    QCOMPARE(talo("remove NIGHT").code, 0);
+    QCOMPARE(talo("next").out, "Sunday  quick scan  2026-11-22 14:05\n");
 }
 
 void ScheduleTest::refuseAClockThatIsNone()
