@@ -130,6 +130,7 @@ private slots:
     void waitForOneOfFourJobsToEnd();
     void waitForMains();
     void waitForMainsNoLongerThanADay();
+    void followTheTimeZone();
     void leaveTheMachineToOthers();
     void areManagedInTheTerminal();
     void refuseAClockThatIsNone();
@@ -176,6 +177,7 @@ void ScheduleTest::cleanup()
 {
     kill();
     folder_.reset();
+    qputenv("TZ", "UTC"); // as it is for the service
 }
 
 void ScheduleTest::cleanupTestCase()
@@ -429,6 +431,21 @@ void ScheduleTest::waitForMainsNoLongerThanADay()
     QTRY_VERIFY_WITH_TIMEOUT(all().at(0).waits.contains("battery"), kSoon);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
     QCOMPARE(all().at(0).next, kDue + 7 * kDay);
+}
+
+void ScheduleTest::followTheTimeZone()
+{
+    const QString zone = folder_->filePath("zone");
+    QVERIFY(QFile::copy("/usr/share/zoneinfo/Etc/UTC", zone));
+    prepare({{"full", 1, 8}});
+    qputenv("TZ", ':' + QFile::encodeName(zone));
+    // Five hours before, an hour a second.
+    start(kDue - 5 * 3600, 3600);
+    QCOMPARE(all().at(0).next, kDue);
+    QVERIFY(QFile::remove(zone));
+    QVERIFY(QFile::copy("/usr/share/zoneinfo/Etc/GMT-2", zone)); // two hours ahead of UTC
+    QTRY_COMPARE_WITH_TIMEOUT(all().at(0).next, kDue - 2 * 3600 + kDay, kSoon);
+    QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
 }
 
 // The threads that walk and open, and the workers that look inside.
