@@ -28,7 +28,7 @@ std::int64_t timeAfter(const Times &times, std::int64_t moment, const Zone &zone
         if (!includes(times, day))
             continue;
         const std::int64_t time =
-            zone.momentOf(day * kDay + std::int64_t{times.hour} * 3600 + times.minute * 60);
+            zone.momentOf(day * kDay + (std::int64_t{times.hour} * 60 + times.minute) * 60);
         if (time > moment)
             return time;
     }

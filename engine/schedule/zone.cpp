@@ -14,7 +14,7 @@ namespace
 
 constexpr std::int64_t kDay = 86400;
 // No place is further from UTC, and no clock is put by more (one that was to leave out a day).
-constexpr std::int64_t kFurthest = 26 * 3600;
+constexpr std::int64_t kFurthest = std::int64_t{26} * 3600;
 constexpr std::size_t kLargest = 1U << 20U;
 constexpr char kLocalTime[] = "/etc/localtime";
 constexpr char kDatabase[] = "/usr/share/zoneinfo/";

@@ -50,7 +50,7 @@ std::int64_t localTimeOf(const ZoneRule::Day &rule, std::int64_t year)
         const std::int64_t first = monthBegin(year, rule.month);
         const std::int64_t next =
             rule.month == 12 ? yearBegin(year + 1) : monthBegin(year, rule.month + 1);
-        day = first + (rule.day - weekdayOf(first) + 7) % 7 + 7 * (rule.week - 1);
+        day = first + (rule.day - weekdayOf(first) + 7) % 7 + std::int64_t{7} * (rule.week - 1);
         if (day >= next)
             day -= 7;
         break;

@@ -207,6 +207,8 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots, const S
     scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
     settings.disinfector = disinfectorProgram();
+    if (entry->origin != Origin::User)
+        settings.priority = scan::Priority::Background;
     entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings, rooms_.pool,
                                              rooms_.quarantine, std::move(entry->recorder));
     if (entry->pauseAsked)

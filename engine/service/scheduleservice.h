@@ -34,7 +34,7 @@ class ScheduleService : public QObject
 
 public:
     // On its battery a machine is spared a scan for so long after its time, in seconds.
-    static constexpr std::int64_t kLongestWaitForMains = 24 * 3600;
+    static constexpr std::int64_t kLongestWaitForMains = std::int64_t{24} * 3600;
 
     struct Rooms {
         store::Database &database;

@@ -127,10 +127,10 @@ ScheduleStore::Outcome ScheduleStore::edit(const std::string &name, const Schedu
     if (!change.begun())
         return failed(kCannotStore);
     StoredSchedule old;
-    const Outcome known = identify(name, old);
+    Outcome known = identify(name, old);
     if (known.code == ScheduleCode::Refused)
         return known;
-    const Outcome judged = judge(values, old.id);
+    Outcome judged = judge(values, old.id);
     if (judged.code != ScheduleCode::Done)
         return judged;
     if (known.code != ScheduleCode::Done)

@@ -15,7 +15,7 @@ declare -A allowed=(
     [engine/store]='store/'
     [engine/schedule]='schedule/'
     [engine/scan]='scan/ files/'
-    [engine/worker]='worker/ scan/workerprotocol.h'
+    [engine/worker]='worker/ scan/workerprotocol.h scan/priority.h'
     [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
         scan/disinfectprotocol.h'
     [engine/client]='client/ engine/ interface/ files/'

@@ -14,6 +14,7 @@ int statusCommand(const Words &words);
 int scanCommand(const Words &words);
 int reportCommand(const Words &words);
 int quarantineCommand(const Words &words);
+int scheduleCommand(const Words &words);
 int shredCommand(const Words &words);
 int duplicatesCommand(const Words &words);
 

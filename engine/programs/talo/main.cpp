@@ -27,6 +27,8 @@ constexpr char kUsage[] =
     "  quarantine list             what was taken away\n"
     "  quarantine restore ID       put it back where it was\n"
     "  quarantine purge ID         destroy it for good\n"
+    "  schedule list | add NAME ... | remove NAME | next\n"
+    "                              scans at set times; \"talo schedule --help\" tells more\n"
     "  shred [--yes] [--passes=N] FILE...\n"
     "                              destroy files beyond recovery; --yes asks no questions\n"
     "  duplicates FOLDER           files with equal content, the largest gain first\n"
@@ -41,11 +43,12 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 7> kCommands{{
+constexpr std::array<Command, 8> kCommands{{
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
     {"quarantine", quarantineCommand},
+    {"schedule", scheduleCommand},
     {"shred", shredCommand},
     {"duplicates", duplicatesCommand},
 }};

@@ -13,7 +13,11 @@
 #include <QFile>
 #include <QTest>
 
+#include <linux/ioprio.h>
 #include <random>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 using namespace talo::interface;
 
@@ -64,6 +68,43 @@ struct Added {
     int weekday;
 };
 
+QList<qint64> childrenOf(qint64 process)
+{
+    QList<qint64> children;
+    const QString tasks = QStringLiteral("/proc/%1/task").arg(process);
+    for (const QString &thread : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+        QFile file(tasks + '/' + thread + "/children");
+        if (file.open(QIODevice::ReadOnly))
+            for (const QByteArray &child : file.readAll().simplified().split(' '))
+                if (!child.isEmpty())
+                    children += child.toLongLong();
+    }
+    return children;
+}
+
+// How many have which rank, on the processors and the drives alike.
+struct Ranks {
+    int normal = 0;
+    int background = 0;
+    int other = 0;
+
+    void take(qint64 thread)
+    {
+        const int nice = getpriority(PRIO_PROCESS, static_cast<id_t>(thread));
+        const long io = syscall(SYS_ioprio_get, IOPRIO_WHO_PROCESS, thread);
+        const bool idle = IOPRIO_PRIO_CLASS(io) == IOPRIO_CLASS_IDLE;
+        ++(nice == 0 && !idle ? normal : nice == 19 && idle ? background : other);
+    }
+};
+
+Ranks ranksBelow(const QString &tasks)
+{
+    Ranks ranks;
+    for (const QString &thread : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot))
+        ranks.take(thread.toLongLong());
+    return ranks;
+}
+
 const QString kFull = QStringLiteral("Scheduled Full Scan");
 const QString kQuick = QStringLiteral("Scheduled Quick Scan");
 
@@ -89,6 +130,9 @@ private slots:
     void waitForOneOfFourJobsToEnd();
     void waitForMains();
     void waitForMainsNoLongerThanADay();
+    void followTheTimeZone();
+    void leaveTheMachineToOthers();
+    void areManagedInTheTerminal();
     void refuseAClockThatIsNone();
 
 private:
@@ -133,6 +177,7 @@ void ScheduleTest::cleanup()
 {
     kill();
     folder_.reset();
+    qputenv("TZ", "UTC"); // as it is for the service
 }
 
 void ScheduleTest::cleanupTestCase()
@@ -386,6 +431,107 @@ void ScheduleTest::waitForMainsNoLongerThanADay()
     QTRY_VERIFY_WITH_TIMEOUT(all().at(0).waits.contains("battery"), kSoon);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
     QCOMPARE(all().at(0).next, kDue + 7 * kDay);
+}
+
+void ScheduleTest::followTheTimeZone()
+{
+    const QString zone = folder_->filePath("zone");
+    QVERIFY(QFile::copy("/usr/share/zoneinfo/Etc/UTC", zone));
+    prepare({{"full", 1, 8}});
+    qputenv("TZ", ':' + QFile::encodeName(zone));
+    // Five hours before, an hour a second.
+    start(kDue - 5 * 3600, 3600);
+    QCOMPARE(all().at(0).next, kDue);
+    QVERIFY(QFile::remove(zone));
+    QVERIFY(QFile::copy("/usr/share/zoneinfo/Etc/GMT-2", zone)); // two hours ahead of UTC
+    QTRY_COMPARE_WITH_TIMEOUT(all().at(0).next, kDue - 2 * 3600 + kDay, kSoon);
+    QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
+}
+
+// The threads that walk and open, and the workers that look inside.
+void ScheduleTest::leaveTheMachineToOthers()
+{
+    for (int number = 0; number < 6000; ++number)
+        write(folder_->filePath(QStringLiteral("place/%1").arg(number)),
+              QByteArray::number(number));
+    prepare({{"full", 1, 8}});
+    start(kDue - 20, 10);
+    QTRY_COMPARE_WITH_TIMEOUT(running().size(), 1, kSoon);
+    const uint job = running().at(0).job;
+    const auto progress = [&] {
+        return QDBusReply<ScanProgress>(call(kScan, "Progress", {job, 0U})).value();
+    };
+    QTRY_VERIFY_WITH_TIMEOUT(progress().filesDone > 0, kSoon);
+    call(kScan, "Pause", {job});
+    QTRY_COMPARE_WITH_TIMEOUT(progress().state, uint(Paused), kSoon);
+    const qint64 service = service_->processId();
+    const Ranks threads = ranksBelow(QStringLiteral("/proc/%1/task").arg(service));
+    QVERIFY(threads.background > 0 && threads.normal > 0);
+    QCOMPARE(threads.other, 0);
+    QVERIFY(getpriority(PRIO_PROCESS, static_cast<id_t>(service)) == 0);
+    Ranks workers;
+    for (const qint64 server : childrenOf(service))
+        for (const qint64 worker : childrenOf(server))
+            workers.take(worker);
+    // Those for scans that somebody waits for are ready beside them.
+    QVERIFY2(workers.background > 0 && workers.background == workers.normal,
+             qPrintable(QStringLiteral("%1 %2").arg(workers.background).arg(workers.normal)));
+    QCOMPARE(workers.other, 0);
+    call(kScan, "Resume", {job});
+    QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, 2 * kSoon);
+}
+
+void ScheduleTest::areManagedInTheTerminal()
+{
+    struct End {
+        int code;
+        QString out;
+        QString problem;
+    };
+    const auto talo = [](const QString &words) {
+        Program program;
+        program.start(built("bin/talo"), QStringList{"schedule"} + words.split(' '));
+        program.waitForFinished();
+        return End{program.exitCode(), program.readAllStandardOutput(),
+                   program.readAllStandardError()};
+    };
+    QCOMPARE(talo("list").code, 2);
+    start(kDue, 1);
+    QCOMPARE(talo("list").out, "No scans are scheduled.\n");
+    QCOMPARE(talo("next").out, "No scans are scheduled.\n");
+    QVERIFY(talo("--help").out.contains("--weekly DAY") && talo("add --help").code == 0);
+    QCOMPARE(talo("add night --full --daily --at 03:00").code, 0);
+    QCOMPARE(talo("add Sunday --at 14:05 --weekly Sunday --quick").code, 0);
+    QCOMPARE(talo("list").out, "night  full scan  daily at 03:00\n"
+                               "Sunday  quick scan  every Sunday at 14:05\n");
+    QCOMPARE(talo("next").out, "night  full scan  2026-11-22 03:00\n");
+    const std::pair<QString, QString> refused[] = {
+        {"add", "takes list"},
+        {"add other", "--full or --quick"},
+        {"add other --full", "--daily or --weekly"},
+        {"add other --full --daily", "--at HH:MM"},
+        {"add other --full --daily --at", "00:00 to 23:59"},
+        {"add other --full --daily --at 24:00", "00:00 to 23:59"},
+        {"add other --full --daily --at 3", "00:00 to 23:59"},
+        {"add other --full --weekly --at 03:01", "takes a day"},
+        {"add other --full --quick --daily --at 03:01", "one kind"},
+        {"add other --full --daily --weekly monday --at 03:01", "either"},
+        {"add other --full --hourly", "knows"},
+        {"add NIGHT --full --daily --at 03:01", "of this name"},
+        {"add other --full --daily --at 03:00", "same time"},
+        {"add a-bcd --full --daily --at 03:01", "letters and digits"},
+        {"add abc --full --daily --at 03:01", "4 to 8"},
+        {"remove other", "no such schedule"},
+        {"remove", "takes list"},
+        {"list all", "takes list"},
+    };
+    for (const auto &[words, problem] : refused) {
+        const End end = talo(words);
+        QVERIFY2(end.code == 2 && end.out.isEmpty() && end.problem.contains(problem),
+                 qPrintable(words + ": " + end.problem));
+    }
+    QCOMPARE(talo("remove NIGHT").code, 0);
+    QCOMPARE(talo("next").out, "Sunday  quick scan  2026-11-22 14:05\n");
 }
 
 void ScheduleTest::refuseAClockThatIsNone()
