@@ -55,6 +55,11 @@ bool isExternalDevice(udev *context, udev_device *device, int depth)
     return false;
 }
 
+std::string folderOf(dev_t device)
+{
+    return "/sys/dev/block/" + std::to_string(major(device)) + ":" + std::to_string(minor(device));
+}
+
 bool same(const Mount &one, const Mount &other)
 {
     return one.id == other.id && one.device == other.device && one.path == other.path;
@@ -89,15 +94,13 @@ bool isExternal(dev_t device)
     const std::unique_ptr<udev, Free> context(udev_new());
     if (!context)
         return false;
-    const Device found(udev_device_new_from_devnum(context.get(), 'b', device));
+    const Device found(udev_device_new_from_syspath(context.get(), folderOf(device).c_str()));
     return isExternalDevice(context.get(), found.get(), 0);
 }
 
 bool isThere(dev_t device)
 {
-    const std::string folder =
-        "/sys/dev/block/" + std::to_string(major(device)) + ":" + std::to_string(minor(device));
-    return access(folder.c_str(), F_OK) == 0;
+    return access(folderOf(device).c_str(), F_OK) == 0;
 }
 
 files::Result<DriveWatch> DriveWatch::open()

@@ -51,8 +51,11 @@ std::string FirewallGuard::enforce(Wanted wanted)
     wanted_ = wanted;
     const auto before = firewall_.state();
     const bool stood = before.standing != guard::Firewall::Standing::Absent;
-    // Also where it is off already: what cannot be asked is not taken for granted.
-    std::string failure = wanted == Wanted::On ? firewall_.raise() : firewall_.lower();
+    std::string failure;
+    if (wanted == Wanted::On)
+        failure = firewall_.raise();
+    else if (stood)
+        failure = firewall_.lower();
     remember(wanted);
     if (!failure.empty())
         return files::printable(failure);

@@ -60,6 +60,9 @@ std::string UsbTree::addDisk(const std::string &interface, const std::string &di
     g_free(umockdev_testbed_add_device(bed_.get(), "block", (disk + "1").c_str(), path.c_str(),
                                        "dev", partition.c_str(), nullptr, "DEVTYPE", "partition",
                                        nullptr));
+    // By number it is found through a link that umockdev does not make.
+    std::filesystem::create_directories(sysfs() + "/dev/block");
+    std::filesystem::create_symlink("../.." + path.substr(4), sysfs() + "/dev/block/" + number);
     return path;
 }
 
@@ -71,6 +74,11 @@ std::string UsbTree::addStick(const std::string &name, const std::string &parent
 void UsbTree::remove(const std::string &device)
 {
     umockdev_testbed_remove_device(bed_.get(), device.c_str());
+    const std::string numbers = sysfs() + "/dev/block";
+    if (exists(numbers))
+        for (const auto &link : std::filesystem::directory_iterator(numbers))
+            if (!std::filesystem::exists(link.path()))
+                std::filesystem::remove(link.path());
 }
 
 void UsbTree::announce(const std::string &device, const char *action)

@@ -99,6 +99,8 @@ void TestTalo::status()
     QVERIFY(end.out.contains("updated set, version 27123, less than a day old, 2,036,512 "
                              "signatures\n"));
     QVERIFY(end.out.contains("/var/lib/signatures\n"));
+    for (const char *caption : {"\nFirewall:", "\nUSB storage:", "\nDrives:"})
+        QVERIFY2(end.out.contains(caption), caption);
 }
 
 void TestTalo::scansEveryPath()

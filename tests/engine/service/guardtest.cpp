@@ -119,6 +119,10 @@ void GuardTest::switchesTheFirewall()
     QCOMPARE(Firewall::TriggerFirewall(1), 0);
     QVERIFY(stands());
     QCOMPARE(status("firewall").toString(), QString("on"));
+    QProcess talo;
+    talo.start(built("bin/talo"), {"status"});
+    QVERIFY(talo.waitForFinished());
+    QVERIFY(talo.readAllStandardOutput().contains("Firewall:    on, "));
     QVERIFY(QFile::exists(folder_->filePath("state/firewall-on")));
     QCOMPARE(Firewall::TriggerFirewall(1), 0);
     QCOMPARE(Firewall::TriggerFirewall(2), 0);
