@@ -26,6 +26,8 @@ constexpr Magic kOverlay = 0x794C7630;
 constexpr Magic kTmpfs = 0x01021994;
 constexpr Magic kExt = 0xEF53;
 
+constexpr std::uint64_t kNear = 64u << 20;
+
 enum class Kind { CopyOnWrite, Network, Memory, Overlay, Opaque };
 
 struct FileSystem {
@@ -104,19 +106,30 @@ long long queueProperty(dev_t device, const char *property)
     return -1;
 }
 
+// Whether the options of one of the device's mounts hold this word.
+bool mountedWith(dev_t device, const std::string &option)
+{
+    std::ifstream mounts("/proc/self/mountinfo");
+    for (std::string line; std::getline(mounts, line);) {
+        std::istringstream words(line);
+        std::string number;
+        std::string options;
+        words >> number >> number >> number; // the mount's, its parent's, the device's
+        while (words >> options) {
+        } // the file system's own options come last
+        if (number == numberOf(device) &&
+            ("," + options + ",").find("," + option + ",") != std::string::npos)
+            return true;
+    }
+    return false;
+}
+
 // By a mark on the file, or by an option of the mount that applies to all of them.
 bool journalsContent(int file, const struct stat &status)
 {
     unsigned flags = 0;
-    if (ioctl(file, FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_JOURNAL_DATA_FL) != 0)
-        return true;
-    const std::string device = " " + numberOf(status.st_dev) + " ";
-    std::ifstream mounts("/proc/self/mountinfo");
-    for (std::string line; std::getline(mounts, line);)
-        if (line.find(device) != std::string::npos &&
-            line.find("data=journal") != std::string::npos)
-            return true;
-    return false;
+    return (ioctl(file, FS_IOC_GETFLAGS, &flags) == 0 && (flags & FS_JOURNAL_DATA_FL) != 0) ||
+           mountedWith(status.st_dev, "data=journal");
 }
 
 // From the kernel's ext4; its own header is not among those that are always installed.
@@ -144,15 +157,21 @@ std::vector<std::string> doubtsAbout(int file, const struct stat &status, const 
     return doubts;
 }
 
-void discardFreed(int folder, const std::vector<PhysicalRange> &freed)
+void discardFreed(int folder, std::vector<PhysicalRange> freed)
 {
     struct stat status = {};
-    if (fstat(folder, &status) != 0 || queueProperty(status.st_dev, "discard_max_bytes") == 0)
+    if (fstat(folder, &status) != 0 || queueProperty(status.st_dev, "discard_max_bytes") == 0 ||
+        mountedWith(status.st_dev, "discard"))
         return;
-    for (const PhysicalRange &range : freed) {
+    std::sort(freed.begin(), freed.end(),
+              [](const PhysicalRange &a, const PhysicalRange &b) { return a.start < b.start; });
+    for (std::size_t index = 0; index < freed.size();) {
         struct fstrim_range trim = {};
-        trim.start = range.start;
-        trim.len = range.length;
+        trim.start = freed[index].start;
+        // What is in use between two of them is left alone, so that one call does for many.
+        for (; index < freed.size() && freed[index].start <= trim.start + trim.len + kNear; ++index)
+            trim.len = std::max<std::uint64_t>(trim.len, freed[index].start + freed[index].length -
+                                                             trim.start);
         if (ioctl(folder, FITRIM, &trim) != 0)
             return;
     }

@@ -15,8 +15,8 @@ std::vector<std::string> doubtsAbout(int file, const struct stat &status, const 
 
 // Tells the drive that this space is free, so that copies it keeps out of reach may go. Only what
 // the file system knows to be free is told. Takes an administrator's rights; nothing where the
-// drive cannot do it.
-void discardFreed(int folder, const std::vector<PhysicalRange> &freed);
+// drive cannot do it, or where the file system does it by itself.
+void discardFreed(int folder, std::vector<PhysicalRange> freed);
 
 enum class JournalState {
     None, // nothing that could remember names

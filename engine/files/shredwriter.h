@@ -16,8 +16,8 @@ struct Overwritten {
     long long written = 0; // 0 with an error: the file is as it was
 };
 
-// Overwrites all ranges, `passes` times, each time down to the device. Noise for the next write is
-// made while one is under way.
+// Overwrites all ranges, `passes` times, each time down to the device. Several threads make noise
+// and write it by turns, so that the device always has something to do.
 Overwritten overwrite(int file, const std::vector<FileRange> &ranges, int passes,
                       const ShredProgress &progress);
 

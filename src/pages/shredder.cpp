@@ -22,6 +22,7 @@ enum Column { FileColumn, StatusColumn, ColumnCount };
 
 constexpr int kContainerHeight = 220;
 constexpr int kTableHeight = 300;
+constexpr int kStatusWidth = 100;
 
 constexpr char kProductFolder[] = "/usr/local/taloantivirus";
 
@@ -36,6 +37,22 @@ class CutOffPart : public QScrollBar
 public:
     explicit CutOffPart(QWidget *parent) : QScrollBar(Qt::Horizontal, parent) {}
     QSize sizeHint() const override { return {0, kTableHeight - kContainerHeight}; }
+};
+
+// A stretched last column grows but never shrinks, and with a scroll bar beside them the columns
+// are wider than the table.
+class FileTable : public QTableWidget
+{
+public:
+    explicit FileTable(QWidget *parent) : QTableWidget(0, ColumnCount, parent) {}
+
+protected:
+    void resizeEvent(QResizeEvent *event) override
+    {
+        QTableWidget::resizeEvent(event);
+        setColumnWidth(StatusColumn,
+                       qMin(kStatusWidth, viewport()->width() - columnWidth(FileColumn)));
+    }
 };
 
 QTableWidgetItem *createCell(const QString &text)
@@ -103,22 +120,19 @@ QWidget *Shredder::createTable()
     container->setFixedSize(650, kContainerHeight);
     container->setContentsMargins(0, 0, 0, 0);
 
-    table_ = new QTableWidget(0, ColumnCount, container);
+    table_ = new FileTable(container);
     table_->setFixedSize(640, kTableHeight);
     table_->setHorizontalScrollBar(new CutOffPart(table_));
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     table_->setTextElideMode(Qt::ElideMiddle); // a file's name is at its path's end
     table_->setColumnWidth(FileColumn, 550);
-    table_->setColumnWidth(StatusColumn, 100);
+    table_->setColumnWidth(StatusColumn, kStatusWidth);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
     table_->verticalHeader()->hide();
     table_->setHorizontalHeaderLabels({tr("File"), tr("Status")});
     table_->horizontalHeader()->setStretchLastSection(true);
-    // Also where it must shrink: the columns and a scroll bar are wider than the table.
-    table_->horizontalHeader()->setMinimumSectionSize(60);
-    table_->horizontalHeader()->setSectionResizeMode(StatusColumn, QHeaderView::Stretch);
     table_->setAccessibleName(tr("Files to shred"));
 
     auto *row = talo::createRow(container);

@@ -142,6 +142,8 @@ void ShredderListTest::lastRowCanBeReached()
     const QPoint bottom =
         table->viewport()->mapTo(&window_->page, table->visualItemRect(last).bottomLeft());
     auto *container = window_->page.findChild<QWidget *>("updatecontainer");
+    // Nor is the status cut off at its side.
+    QVERIFY(table->visualItemRect(table->item(19, 1)).right() <= table->viewport()->width());
     QVERIFY(bottom.y() < container->mapTo(&window_->page, QPoint(0, container->height())).y());
 }
 

@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 
-#include <array>
 
 namespace talo::programs
 {
@@ -43,7 +42,7 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 8> kCommands{{
+constexpr Command kCommands[] = {
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
@@ -51,7 +50,7 @@ constexpr std::array<Command, 8> kCommands{{
     {"schedule", scheduleCommand},
     {"shred", shredCommand},
     {"duplicates", duplicatesCommand},
-}};
+};
 
 int print(const char *text)
 {
