@@ -1,0 +1,12 @@
+# Updates of the program, against a server of releases on the loopback device.
+add_library(talo_test_releases STATIC releasemaker.cpp releaseserver.cpp)
+target_include_directories(talo_test_releases PUBLIC ${PROJECT_SOURCE_DIR}/tests ${TALO_ENGINE_ROOT})
+target_link_libraries(talo_test_releases
+    PUBLIC talo_files Threads::Threads
+    PRIVATE talo_options talo_program_update PkgConfig::SODIUM)
+
+add_library(talo_test_release_key STATIC testreleasekey.cpp)
+target_link_libraries(talo_test_release_key PUBLIC talo_test_releases PRIVATE talo_options)
+
+talo_add_gtest(update_product_manifest
+    SOURCES productmanifest_test.cpp LIBRARIES talo_program_update talo_test_releases)
