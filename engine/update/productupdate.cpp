@@ -235,6 +235,9 @@ std::optional<std::string> ProductUpdate::collect(const Release &release)
                                          progress_.speed = speed;
                                      });
     folder->remember(release, file.validator);
+    // A cut or stopped download is gone on with later; nothing is built on a wrong answer.
+    if (fetched.result == FetchOutcome::Result::Failed)
+        folder->clear();
     if (fetched.result != FetchOutcome::Result::Done) {
         end(fetched, "cannot download the release's package");
         return std::nullopt;

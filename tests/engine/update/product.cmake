@@ -10,3 +10,10 @@ target_link_libraries(talo_test_release_key PUBLIC talo_test_releases PRIVATE ta
 
 talo_add_gtest(update_product_manifest
     SOURCES productmanifest_test.cpp LIBRARIES talo_program_update talo_test_releases)
+foreach(part update install)
+    talo_add_gtest(update_product_${part}
+        SOURCES product${part}_test.cpp LIBRARIES talo_program_update talo_test_releases)
+    target_compile_definitions(update_product_${part} PRIVATE
+        TALO_INSTALL_UPDATE="$<TARGET_FILE:talo-install-update>")
+    add_dependencies(update_product_${part} talo-install-update)
+endforeach()

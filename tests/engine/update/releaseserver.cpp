@@ -126,6 +126,10 @@ std::string ReleaseServer::answerTo(const std::string &request, File &file, std:
                " As Told\r\nLocation: " + file.location + "\r\n";
     } else if (!range.empty() && same && !file.ignoresRanges) {
         const std::size_t begin = std::stoul(range.substr(range.find('=') + 1));
+        if (begin >= file.content.size()) {
+            body.clear();
+            return "HTTP/1.1 416 Range Not Satisfiable\r\nContent-Length: 0\r\n";
+        }
         body = file.content.substr(begin);
         const std::string told = "bytes " + std::to_string(begin) + "-" +
                                  std::to_string(file.content.size() - 1) + "/" +
