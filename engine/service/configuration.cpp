@@ -80,4 +80,30 @@ std::optional<MailSettings> readMailSettings(const std::string &file, std::strin
     return std::nullopt;
 }
 
+std::string readProgramSource(const std::string &file, std::string &failure)
+{
+    const std::string none = "no update source is configured";
+    std::string content;
+    if (!readAll(file, content, failure)) {
+        failure = access(file.c_str(), F_OK) == 0
+                      ? "the configuration file " + file + " is of no use: " + failure
+                      : none;
+        return std::string();
+    }
+    std::istringstream lines(content);
+    std::string group;
+    std::string source;
+    for (std::string line; std::getline(lines, line);) {
+        line = trimmed(line);
+        const std::size_t equals = line.find('=');
+        if (!line.empty() && line.front() == '[' && line.back() == ']')
+            group = trimmed(line.substr(1, line.size() - 2));
+        else if (group == "ProgramUpdate" && equals != std::string::npos &&
+                 trimmed(line.substr(0, equals)) == "Source")
+            source = trimmed(line.substr(equals + 1));
+    }
+    failure = source.empty() ? none : std::string();
+    return source;
+}
+
 } // namespace talo::service

@@ -99,10 +99,19 @@ void ProductUpdate::enter(ProductState state)
 
 void ProductUpdate::end(ProductState state, const std::string &problem)
 {
+    ProductProgress last;
+    {
+        const std::lock_guard<std::mutex> lock(mutex_);
+        last = progress_;
+        last.state = state;
+        last.speed = 0;
+        last.problem = problem;
+    }
+    // Told of before anybody can see that the run is over, and begin another.
+    if (config_.ended)
+        config_.ended(last);
     const std::lock_guard<std::mutex> lock(mutex_);
-    progress_.state = state;
-    progress_.speed = 0;
-    progress_.problem = problem;
+    progress_ = last;
 }
 
 void ProductUpdate::end(const FetchOutcome &outcome, const std::string &what)

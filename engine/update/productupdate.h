@@ -52,6 +52,7 @@ struct ProductConfig {
     std::function<std::string(std::string &reason)> source;
     Installer installer;
     DownloadLimits limits;
+    std::function<void(const ProductProgress &)> ended; // on the run's thread; may be empty
 };
 
 // One run at a time, on a thread of its own. Any thread may call.
