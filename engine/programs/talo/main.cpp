@@ -32,6 +32,7 @@ constexpr char kUsage[] =
     "  shred [--yes] [--passes=N] FILE...\n"
     "                              destroy files beyond recovery; --yes asks no questions\n"
     "  duplicates FOLDER           files with equal content, the largest gain first\n"
+    "  update program [--check]    install a newer release of the program, or tell of one\n"
     "  help, --version\n"
     "\n"
     "Exit status of a scan: 0 no threats, 1 threats found, 2 it failed or was stopped.\n"
@@ -43,7 +44,7 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 8> kCommands{{
+constexpr std::array<Command, 9> kCommands{{
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
@@ -51,6 +52,7 @@ constexpr std::array<Command, 8> kCommands{{
     {"schedule", scheduleCommand},
     {"shred", shredCommand},
     {"duplicates", duplicatesCommand},
+    {"update", updateCommand},
 }};
 
 int print(const char *text)
