@@ -22,14 +22,14 @@ std::string contentOf(const std::string &path)
     return {std::istreambuf_iterator<char>(file), {}};
 }
 
-struct Run {
+struct Ended {
     int code = -1;
     std::string out;
 };
 
-Run run(const std::string &command)
+Ended run(const std::string &command)
 {
-    Run result;
+    Ended result;
     std::FILE *const pipe = popen((command + " 2>&1").c_str(), "r");
     std::array<char, 4096> part{};
     while (std::fgets(part.data(), part.size(), pipe) != nullptr)
@@ -45,7 +45,7 @@ protected:
     {
         if (run("python3 -c 'import nacl.signing' && dpkg-deb --version").code != 0)
             GTEST_SKIP() << "needs python3-nacl and dpkg";
-        const Run made = run(tool_ + " key " + secret_);
+        const Ended made = run(tool_ + " key " + secret_);
         ASSERT_EQ(made.code, 0) << made.out;
         ASSERT_EQ(sodium_hex2bin(key_.data(), key_.size(), made.out.data(), made.out.size(), "\n",
                                  nullptr, nullptr),
@@ -79,7 +79,7 @@ protected:
 TEST_F(ReleaseTool, MakesWhatTheProgramBelieves)
 {
     const std::string package = makePackage("taloantivirus", "1.2.3-1");
-    const Run made = run(tool_ + " make " + secret_ + " " + package +
+    const Ended made = run(tool_ + " make " + secret_ + " " + package +
                          " --date 2026-11-21 --notes 'Größer \"und\" besser'");
     ASSERT_EQ(made.code, 0) << made.out;
     const auto release = readManifest(contentOf(manifest()), contentOf(manifest() + ".sig"), key_);
