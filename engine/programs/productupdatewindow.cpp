@@ -196,7 +196,7 @@ void ProductUpdateWindow::finish(const QString &outcome, const QString &reason)
 {
     const QString last = reason.section(QLatin1Char('\n'), -1);
     outcome_->setText(outcome);
-    reason_->setText(reason_->fontMetrics().elidedText(last, Qt::ElideRight, 560));
+    reason_->setText(reason_->fontMetrics().elidedText(last, Qt::ElideMiddle, 560));
     reason_->setToolTip(reason.toHtmlEscaped());
     reason_->setVisible(!reason.isEmpty());
     progress_->hide();

@@ -1,4 +1,5 @@
 // The two update programs and `talo update program`, as users start them.
+#include "engine/processchecks.h"
 #include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/programrun.h"
 #include "engine/update/releasemaker.h"
@@ -50,6 +51,7 @@ private slots:
     void productUpdateWithoutService();
     void checkNamesRelease();
     void talosUpdateIsStrict();
+    void panelLearnsThatOneRuns();
 
 private:
     QProcessEnvironment scripted(const QString &codes) const;
@@ -312,6 +314,29 @@ void TestUpdatePrograms::talosUpdateIsStrict()
          {QStringList{"update"}, QStringList{"update", "program", "--now"},
           QStringList{"update", "program", "--check", "--check"}, QStringList{"update", "x"}})
         QCOMPARE(run("talo", words, withoutDisplay(bus_->address())).code, 2);
+}
+
+void TestUpdatePrograms::panelLearnsThatOneRuns()
+{
+    ReleaseServer::File file;
+    file.content = std::string(1000, ' ');
+    file.holdAfter = 1;
+    server_->serve(std::string("release-") + talo::update::thisArchitecture() + ".json", file);
+    qputenv("TALO_BUS", bus_->address().toLocal8Bit());
+    QCOMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 1); // nor is there a service
+    startService();
+    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 1);
+    QProcess talo;
+    talo.setProcessEnvironment(withoutDisplay(bus_->address()));
+    talo.start(builtProgram("talo"), {"update", "program", "--check"});
+    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 0);
+    QCOMPARE(IsProductUpdateRunning("TaloAntivirus_S"), 1);
+    QCOMPARE(IsProductUpdateRunning(nullptr), 1);
+    talo.terminate(); // asks the update to stop, and waits for its end
+    QVERIFY(talo.waitForFinished());
+    QCOMPARE(talo.exitCode(), 2);
+    QCOMPARE(talo.readAllStandardError(), QByteArray("The program update was stopped.\n"));
+    QCOMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 1);
 }
 
 QTEST_GUILESS_MAIN(TestUpdatePrograms)
