@@ -2,16 +2,19 @@
 //
 // usage: talo-install-update [--detach] FOLDER VERSION COMMAND... PACKAGE
 //
-// It is a program of its own because the package's scripts restart the service that starts it.
+// It is a program of its own because the package's scripts restart the service that starts it. The
+// package that was installed last is kept, and put back where the next one fails.
 #include "files/uniquefd.h"
 #include "update/productinstall.h"
 
 #include <array>
 #include <cerrno>
+#include <csignal>
 #include <cstdio>
 #include <cstring>
 #include <fcntl.h>
 #include <spawn.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -86,6 +89,43 @@ std::string runTool(char **command)
     return said.empty() ? "the package tool failed and said nothing" : said;
 }
 
+// Scripts of packages are to find what a shell of root's has, not what a service set for itself.
+void becomeOrdinary()
+{
+    umask(S_IWGRP | S_IWOTH);
+    std::signal(SIGPIPE, SIG_DFL);
+    sigset_t none;
+    sigemptyset(&none);
+    sigprocmask(SIG_SETMASK, &none, nullptr);
+}
+
+// The words of the tool's command with another package at their end.
+std::string runToolWith(char **command, std::string package)
+{
+    char **last = command;
+    while (last[1] != nullptr)
+        ++last;
+    char *const before = *last;
+    *last = package.data();
+    std::string said = runTool(command);
+    *last = before;
+    return said;
+}
+
+// What is to be told of a failure, after the version before has been put back where that can be.
+std::string recover(char **command, const std::string &folder, const std::string &said)
+{
+    const std::string previous = talo::update::keptPackage(folder);
+    std::string told = "the installation failed: " + said + '\n';
+    if (access(previous.c_str(), R_OK) != 0)
+        return told + "no package of the version before is kept to put it back; \"dpkg --audit\" "
+                      "shows whether anything is left half done";
+    const std::string again = runToolWith(command, previous);
+    if (again.empty())
+        return told + "the version before stays";
+    return told + "the version before could not be put back either: " + again;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
@@ -113,8 +153,12 @@ int main(int argc, char **argv)
     if (detach)
         closeStandardStreams();
 
-    const std::string problem = runTool(argv + next + 2);
-    unlink(package);
+    becomeOrdinary();
+    char **const command = argv + next + 2;
+    const std::string said = runTool(command);
+    const std::string problem = said.empty() ? said : recover(command, folder, said);
+    if (!said.empty() || rename(package, talo::update::keptPackage(folder).c_str()) != 0)
+        unlink(package);
     const Installation result{problem.empty() ? Installation::State::Installed
                                               : Installation::State::Failed,
                               version, problem};

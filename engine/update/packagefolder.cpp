@@ -1,5 +1,7 @@
 #include "update/packagefolder.h"
 
+#include "update/productinstall.h"
+
 #include <array>
 #include <cerrno>
 #include <dirent.h>
@@ -163,6 +165,9 @@ void PackageFolder::sweep(const std::string &kept) const
         const std::string name = entry->d_name;
         const bool ours =
             endsWith(name, kPart) || endsWith(name, kValidator) || endsWith(name, kPackage);
+        // The package that is installed now is kept, under a name of its own.
+        if (path_ + '/' + name == keptPackage(path_))
+            continue;
         if (ours && (kept.empty() || name.compare(0, kept.size(), kept) != 0))
             gone.push_back(name);
     }

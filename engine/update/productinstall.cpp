@@ -120,16 +120,15 @@ void awaitHelper(const std::string &folder)
 
 std::vector<std::string> packageTool()
 {
+    // A downgrade is what puts the version before back.
     return {"/usr/bin/apt-get",
             "--assume-yes",
             "--no-install-recommends",
             "--no-remove",
-            "-o",
-            "DPkg::Lock::Timeout=300",
-            "-o",
-            "Dpkg::Options::=--force-confdef",
-            "-o",
-            "Dpkg::Options::=--force-confold",
+            "--allow-downgrades",
+            "--option=DPkg::Lock::Timeout=300",
+            "--option=Dpkg::Options::=--force-confdef",
+            "--option=Dpkg::Options::=--force-confold",
             "install"};
 }
 
@@ -167,6 +166,11 @@ std::optional<Installation> lastInstallation(const std::string &folder)
                         "repairs it";
     }
     return last;
+}
+
+std::string keptPackage(const std::string &folder)
+{
+    return folder + "/installed.package.deb";
 }
 
 files::Result<int> holdInstallation(const std::string &folder)

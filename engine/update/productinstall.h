@@ -34,6 +34,9 @@ std::string beginInstallation(const Installer &installer, const std::string &fol
 // counts as failed.
 std::optional<Installation> lastInstallation(const std::string &folder);
 
+// Where the package that was installed last is kept, to be put back if the next one fails.
+std::string keptPackage(const std::string &folder);
+
 // For the helper: holds the folder for as long as the result lives; not ok while another does.
 files::Result<int> holdInstallation(const std::string &folder);
 std::string writeInstallation(const std::string &folder, const Installation &installation);

@@ -274,8 +274,7 @@ void ProductUpdate::awaitInstallation()
             return;
         }
         if (last->state == Installation::State::Failed) {
-            end(ProductState::Failed,
-                "the installation failed, the version before stays: " + last->problem);
+            end(ProductState::Failed, last->problem);
             return;
         }
         if (stop_)

@@ -122,6 +122,51 @@ TEST_F(ProductInstallTest, LeavesTheOldVersionWhereThePackageRefuses)
     EXPECT_EQ(installedFile(), "1.0.0");
 }
 
+// The new files are in place by then: the package before is put back over them.
+TEST_F(ProductInstallTest, PutsTheOldVersionBackWhereAScriptFailsLate)
+{
+    installOld();
+    publishPackage("1.1.0", makePackage("1.1.0", "postinst", "echo cannot start; exit 4"));
+    const ProductProgress end = run();
+    EXPECT_EQ(end.state, ProductState::Failed);
+    EXPECT_NE(end.problem.find("cannot start"), std::string::npos) << end.problem;
+    EXPECT_NE(end.problem.find("the version before stays"), std::string::npos) << end.problem;
+    EXPECT_EQ(status(), "1.0.0 installed");
+    EXPECT_EQ(installedFile(), "1.0.0");
+}
+
+TEST_F(ProductInstallTest, DoesNotClaimToHavePutBackWhatWasNotKept)
+{
+    publishPackage("1.1.0", makePackage("1.1.0", "postinst", "exit 4"));
+    const ProductProgress end = run();
+    EXPECT_EQ(end.state, ProductState::Failed);
+    EXPECT_NE(end.problem.find("no package of the version before"), std::string::npos);
+    config_.installer.command = {"/bin/false"};
+    write(keptPackage(config_.folder), "x");
+    update_.reset();
+    EXPECT_NE(run().problem.find("could not be put back"), std::string::npos);
+}
+
+TEST_F(ProductInstallTest, RunsThePackageToolAsAnAdministratorWould)
+{
+    const std::string told = folder_.file("told");
+    config_.installer.command = {"/bin/sh", "-c",
+                                 "{ umask; env; grep SigIgn /proc/self/status; } > " + told};
+    std::signal(SIGPIPE, SIG_IGN);
+    const mode_t before = umask(0077);
+    EXPECT_EQ(run().state, ProductState::Installed);
+    umask(before);
+    std::signal(SIGPIPE, SIG_DFL);
+    const std::string content = contentOf(told);
+    EXPECT_EQ(content.find("0022\n"), 0u) << content;
+    EXPECT_NE(content.find("DEBIAN_FRONTEND=noninteractive"), std::string::npos);
+    EXPECT_EQ(content.find("USER"), std::string::npos);
+    const std::size_t ignored = content.find("SigIgn:");
+    ASSERT_NE(ignored, std::string::npos);
+    const auto signals = std::stoull(content.substr(ignored + 7), nullptr, 16);
+    EXPECT_EQ(signals & (1ULL << (SIGPIPE - 1)), 0u) << content;
+}
+
 TEST_F(ProductInstallTest, LeavesTheOldVersionWhereThePackageIsNone)
 {
     installOld();

@@ -80,7 +80,7 @@ TEST_F(ReleaseTool, MakesWhatTheProgramBelieves)
 {
     const std::string package = makePackage("taloantivirus", "1.2.3-1");
     const Ended made = run(tool_ + " make " + secret_ + " " + package +
-                         " --date 2026-11-21 --notes 'Größer \"und\" besser'");
+                           " --date 2026-11-21 --notes 'Größer \"und\" besser'");
     ASSERT_EQ(made.code, 0) << made.out;
     const auto release = readManifest(contentOf(manifest()), contentOf(manifest() + ".sig"), key_);
     ASSERT_TRUE(release) << release.error().text;
