@@ -3,6 +3,7 @@
 #include "files/configurationfile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -82,27 +83,18 @@ std::optional<MailSettings> readMailSettings(const std::string &file, std::strin
 
 std::string readProgramSource(const std::string &file, std::string &failure)
 {
-    const std::string none = "no update source is configured";
-    std::string content;
-    if (!readAll(file, content, failure)) {
-        failure = access(file.c_str(), F_OK) == 0
-                      ? "the configuration file " + file + " is of no use: " + failure
-                      : none;
+    const auto keys = files::readConfigurationGroup(file, "ProgramUpdate");
+    if (!keys && keys.error().code != ENOENT) {
+        failure = "the configuration file " + file + " is of no use: " + keys.error().text;
         return std::string();
     }
-    std::istringstream lines(content);
-    std::string group;
     std::string source;
-    for (std::string line; std::getline(lines, line);) {
-        line = trimmed(line);
-        const std::size_t equals = line.find('=');
-        if (!line.empty() && line.front() == '[' && line.back() == ']')
-            group = trimmed(line.substr(1, line.size() - 2));
-        else if (group == "ProgramUpdate" && equals != std::string::npos &&
-                 trimmed(line.substr(0, equals)) == "Source")
-            source = trimmed(line.substr(equals + 1));
+    if (keys) {
+        const auto found = keys->find("Source");
+        if (found != keys->end())
+            source = found->second.text;
     }
-    failure = source.empty() ? none : std::string();
+    failure = source.empty() ? "no update source is configured" : std::string();
     return source;
 }
 
