@@ -45,6 +45,19 @@ int checkScan(const char *program)
     return kMayStart;
 }
 
+// Also when the service is not reached one may be started: the started program explains the fault.
+int checkProgramUpdate()
+{
+    using namespace talo;
+    const QDBusReply<QVariantMap> progress =
+        client::Bus::instance().call(interface::kProductUpdate, "ProgramUpdateProgress");
+    if (!progress.isValid())
+        return kMayStart;
+    const uint state = progress.value().value(QStringLiteral("state")).toUInt();
+    return state > interface::ProgramIdle && state < interface::ProgramAvailable ? kRuns
+                                                                                 : kMayStart;
+}
+
 } // namespace
 
 int IsProcessRunning(char const *kind)
@@ -52,10 +65,10 @@ int IsProcessRunning(char const *kind)
     return talo::client::guarded(kMayStart, [&] { return checkScan(kind); });
 }
 
-// No part of the product updates itself yet, so no update can be running.
-int IsProductUpdateRunning([[maybe_unused]] char const *kind)
+int IsProductUpdateRunning(char const *kind)
 {
-    return 1;
+    const bool program = kind != nullptr && std::string(kind) == "TaloAntivirus_P";
+    return program ? talo::client::guarded(kMayStart, checkProgramUpdate) : kMayStart;
 }
 
 int IsInternetAvailable()

@@ -15,6 +15,7 @@ inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
 inline constexpr char kSettings[] = "org.taloantivirus.Engine1.Settings";
 inline constexpr char kFirewall[] = "org.taloantivirus.Engine1.Firewall";
 inline constexpr char kNotices[] = "org.taloantivirus.Engine1.Notices";
+inline constexpr char kProductUpdate[] = "org.taloantivirus.Engine1.ProductUpdate";
 inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
 inline constexpr char kSchedules[] = "org.taloantivirus.Engine1.Schedules";
 
@@ -40,6 +41,22 @@ enum JobState : unsigned {
     Stopped = 5,
     Failed = 6,
     Interrupted = 7, // by what neither the user nor the scan could help
+};
+
+// Where an update of the program stands. From ProgramAvailable on nothing runs any more.
+enum ProgramUpdateState : unsigned {
+    ProgramIdle = 0, // none has run yet
+    ProgramChecking = 1,
+    ProgramDownloading = 2,
+    ProgramVerifying = 3,
+    ProgramInstalling = 4,
+    ProgramAvailable = 5, // a newer release was only asked for, and there is one
+    ProgramLatest = 6,
+    ProgramInstalled = 7,
+    ProgramStopped = 8,
+    ProgramUnreachable = 9,
+    ProgramFailed = 10,
+    ProgramNoSource = 11,
 };
 
 } // namespace talo::interface

@@ -70,6 +70,7 @@ constexpr std::array<Rule, static_cast<std::size_t>(Action::kEnd)> kRules{{
      "org.taloantivirus.change-password", Guard::WhileProtected},
     {Action::ResetPassword, "have a new settings password mailed",
      "org.taloantivirus.reset-password", Guard::None},
+    {Action::UpdateProgram, "update the program", "org.taloantivirus.update-program", Guard::None},
 }};
 
 constexpr bool inOrder()

@@ -45,7 +45,8 @@ enum class Action {
     ChangePassword,
     ChangeProtection,
     ResetPassword,
-    kEnd, // stays the last
+    UpdateProgram, // ask for a release too, and stop
+    kEnd,          // stays the last
 };
 
 // Why a caller may not; without a reason it may.

@@ -10,6 +10,7 @@
 #include "service/signatureset.h"
 #include "store/exclusion.h"
 #include "store/settingsstore.h"
+#include "update/productupdate.h"
 
 #include <QDBusContext>
 #include <QObject>
@@ -33,6 +34,7 @@ namespace talo::service
 
 class GuardService;
 class PasswordService;
+class ProductUpdateService;
 class ScheduleService;
 class SettingsService;
 
@@ -52,6 +54,7 @@ public:
         SettingsService &settings;
         ScheduleService &schedules;
         GuardService &guards;
+        ProductUpdateService &program;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -112,6 +115,12 @@ public:
     int Details(const QByteArray &name, int &type, int &weekday, int &hour, int &minute);
     interface::ScheduleList All();
 
+    // ProductUpdate
+    void CheckProgram();
+    void UpdateProgram();
+    bool StopProgramUpdate();
+    QVariantMap ProgramUpdateProgress();
+
 signals:
     // Notices
     void ThreatFound(const QString &type, const QString &path, const QString &threat,
@@ -133,6 +142,7 @@ private:
     std::optional<store::Group> group(const QString &name); // sends an error where there is none
     void fail(const std::string &reason);                   // sends one if there is one
     void announce(const ScanService::Ending &ending);
+    void beginProgramUpdate(update::ProductUpdate::Want want);
     void control(uint job, bool (ScanService::*what)(uint));
 
     Rooms rooms_;

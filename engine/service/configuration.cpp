@@ -3,6 +3,7 @@
 #include "files/configurationfile.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -78,6 +79,23 @@ std::optional<MailSettings> readMailSettings(const std::string &file, std::strin
         return mail;
     failure = "the configuration file " + file + " is of no use: " + failure;
     return std::nullopt;
+}
+
+std::string readProgramSource(const std::string &file, std::string &failure)
+{
+    const auto keys = files::readConfigurationGroup(file, "ProgramUpdate");
+    if (!keys && keys.error().code != ENOENT) {
+        failure = "the configuration file " + file + " is of no use: " + keys.error().text;
+        return std::string();
+    }
+    std::string source;
+    if (keys) {
+        const auto found = keys->find("Source");
+        if (found != keys->end())
+            source = found->second.text;
+    }
+    failure = source.empty() ? "no update source is configured" : std::string();
+    return source;
 }
 
 } // namespace talo::service

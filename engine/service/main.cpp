@@ -3,6 +3,7 @@
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/service.h"
+#include "update/releasekey.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -159,6 +160,7 @@ int main(int argc, char *argv[])
     options.powerSupplies = pathOption(parser, power, talo::schedule::kPowerSupplies);
     // One machine, one guard: of several services it is the one that serves all users.
     options.guardsMachine = root && (place == QLatin1String("system") || parser.isSet(guard));
+    options.releaseKey = talo::update::releaseKey();
     Service service(options);
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);

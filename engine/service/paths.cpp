@@ -83,6 +83,11 @@ std::string disinfectorProgram()
     return helperProgram("talo-disinfect");
 }
 
+std::string updateInstaller()
+{
+    return helperProgram("talo-install-update");
+}
+
 std::string builtInSignatures()
 {
     return installation() + "/signatures";

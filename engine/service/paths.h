@@ -15,6 +15,7 @@ std::string defaultStateFolder();
 
 std::string defaultWorkerProgram();
 std::string disinfectorProgram();
+std::string updateInstaller();
 
 std::string builtInSignatures();
 

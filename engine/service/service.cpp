@@ -12,6 +12,7 @@
 #include "service/log.h"
 #include "service/passwordservice.h"
 #include "service/paths.h"
+#include "service/productupdateservice.h"
 #include "service/scanservice.h"
 #include "service/scheduleservice.h"
 #include "service/settingsservice.h"
@@ -24,6 +25,7 @@
 #include "firewalladaptor.h"
 #include "noticesadaptor.h"
 #include "passwordadaptor.h"
+#include "productupdateadaptor.h"
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
 #include "scanadaptor.h"
@@ -76,6 +78,7 @@ void Service::stop()
     object_.reset();
     passwords_.reset();
     schedules_.reset();
+    program_.reset();
     if (scans_)
         scans_->shutDown();
 }
@@ -171,9 +174,11 @@ ExitCode Service::publish()
     if (const ExitCode code = openSchedules(); code != Done)
         return code;
     openGuards();
+    program_ = std::make_unique<ProductUpdateService>(ProductUpdateService::Surroundings{
+        options_.state, options_.configuration, options_.releaseKey});
     object_ = std::make_unique<BusObject>(
         BusObject::Rooms{*authority_, *passwords_, *scans_, *reports_, *quarantine_, *pool_,
-                         *housekeeper_, *settings_, *schedules_, *guards_, signatures});
+                         *housekeeper_, *settings_, *schedules_, *guards_, *program_, signatures});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
     new SchedulesAdaptor(object_.get());
@@ -184,6 +189,7 @@ ExitCode Service::publish()
     new PasswordAdaptor(object_.get());
     new NoticesAdaptor(object_.get());
     new FirewallAdaptor(object_.get());
+    new ProductUpdateAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;

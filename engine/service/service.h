@@ -2,12 +2,14 @@
 #pragma once
 
 #include "service/signatureset.h"
+#include "update/releasekey.h"
 
 #include <QDBusConnection>
 #include <QObject>
 #include <QTimer>
 
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace talo::scan
@@ -34,6 +36,7 @@ class BusObject;
 class GuardService;
 class Housekeeper;
 class PasswordService;
+class ProductUpdateService;
 class ScanService;
 class ScheduleService;
 class SettingsService;
@@ -47,7 +50,8 @@ struct Options {
     std::string configuration;
     std::string scheduleClock; // of a trial; empty: the system's
     std::string powerSupplies;
-    bool guardsMachine = false; // enforces firewall and USB settings
+    bool guardsMachine = false;                   // enforces firewall and USB settings
+    std::optional<update::ReleaseKey> releaseKey; // whose releases of the program are installed
 };
 
 // Exit codes of the program.
@@ -95,6 +99,7 @@ private:
     std::unique_ptr<TrustedCallers> trusted_;
     std::unique_ptr<Authority> authority_;
     std::unique_ptr<PasswordService> passwords_;
+    std::unique_ptr<ProductUpdateService> program_;
     std::unique_ptr<BusObject> object_;
     QTimer daily_;
 };

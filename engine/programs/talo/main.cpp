@@ -31,6 +31,7 @@ constexpr char kUsage[] =
     "  shred [--yes] [--passes=N] FILE...\n"
     "                              destroy files beyond recovery; --yes asks no questions\n"
     "  duplicates FOLDER           files with equal content, the largest gain first\n"
+    "  update program [--check]    install a newer release of the program, or tell of one\n"
     "  help, --version\n"
     "\n"
     "Exit status of a scan: 0 no threats, 1 threats found, 2 it failed or was stopped.\n"
@@ -50,6 +51,7 @@ constexpr Command kCommands[] = {
     {"schedule", scheduleCommand},
     {"shred", shredCommand},
     {"duplicates", duplicatesCommand},
+    {"update", updateCommand},
 };
 
 int print(const char *text)

@@ -1,0 +1,15 @@
+// talo update: brings the program up to date.
+#include "programs/talo/commands.h"
+
+namespace talo::programs
+{
+
+int updateCommand(const Words &words)
+{
+    const Words rest = words.mid(1);
+    if (words.value(0) == "program")
+        return updateProgram(rest);
+    return usageError("\"talo update\" takes program.");
+}
+
+} // namespace talo::programs
