@@ -22,8 +22,8 @@ namespace talo::test
 namespace
 {
 
-// Makes /usr/local ours and puts the build there. Runs before anything of Qt does. Returns why it
-// could not, or nothing.
+// Makes /usr/local ours and puts the build there. Runs before anything of Qt does. Returns why this
+// machine does not allow it, or nothing. Throws a Failure where the build is not fit.
 std::string install(const char *buildFolder)
 {
     if (geteuid() != 0)
@@ -44,7 +44,7 @@ std::string install(const char *buildFolder)
         "/usr/bin/env cmake --install '" + std::string(buildFolder) + "' >/dev/null";
     // NOLINTNEXTLINE(cert-env33-c, bugprone-command-processor): our own build folder, quoted
     if (std::system(command.c_str()) != 0)
-        return "cmake --install failed";
+        throw Failure("cmake --install failed; are all targets built?");
     return {};
 }
 
@@ -145,12 +145,12 @@ void Engine::start(const QString &state, const QStringList &options)
 int testInstalled(int argc, char **argv, const char *buildFolder,
                   const std::function<std::unique_ptr<QObject>()> &makeTest)
 {
-    const std::string why = install(buildFolder);
-    if (!why.empty() || !becomeUser()) {
-        std::printf("SKIP   : %s\n", why.empty() ? "cannot change the user" : why.c_str());
-        return 77;
-    }
     try {
+        const std::string why = install(buildFolder);
+        if (!why.empty() || !becomeUser()) {
+            std::printf("SKIP   : %s\n", why.empty() ? "cannot change the user" : why.c_str());
+            return 77;
+        }
         Running display("Xvfb", {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten",
                                  "tcp", "-dpi", "96"});
         qputenv("DISPLAY", ":" + display.readLine());
