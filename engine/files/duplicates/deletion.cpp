@@ -139,7 +139,7 @@ std::optional<Error> Leaving::deleteFor(const GroupMember &stays)
     const ReadLease lease(open->file.fd.get());
     if (lease.state() == ReadLease::State::Writer)
         return Error{EBUSY, "the copy that would stay is being written to"};
-    if (const auto error = compareContents(member_.file, open->file))
+    if (auto error = compareContents(member_.file, open->file))
         return error;
     return remove(stays, *open, lease);
 }
@@ -152,9 +152,9 @@ std::optional<Error> Leaving::remove(const GroupMember &stays, const OpenMember 
         return systemError(errno);
     const LastWord lastWord = [&]() -> std::optional<Error> {
         try {
-            if (const auto error = checkUnwritten(member_, lease_))
+            if (auto error = checkUnwritten(member_, lease_))
                 return error;
-            if (const auto error = checkUnwritten(open, lease))
+            if (auto error = checkUnwritten(open, lease))
                 return error;
             if (!isAtPath(stays, identityOf(open.file.status)))
                 return Error{ESTALE, "the copy that would stay is no longer in its place"};

@@ -24,8 +24,10 @@ std::string readableSize(std::uint64_t bytes)
     double value = static_cast<double>(bytes) / 1000;
     std::size_t unit = 0;
     // 999.5 would be shown as 1000.
-    for (; value >= 999.5; value /= 1000)
+    while (value >= 999.5) {
+        value /= 1000;
         ++unit;
+    }
     char text[32];
     std::snprintf(text, sizeof text, value < 99.95 ? "%.1f %s" : "%.0f %s", value, kUnits[unit]);
     return text;

@@ -2,6 +2,7 @@
 
 #include "files/duplicates/beneath.h"
 #include "files/duplicates/localmount.h"
+#include "files/duplicates/pageallocator.h"
 
 #include <condition_variable>
 #include <cstring>
@@ -28,7 +29,7 @@ constexpr std::size_t kRecordsInChunk = 4096; // files handed over at a time
 constexpr std::size_t kMaxPath = 65536;       // a tree of absurd depth ends here
 constexpr auto kMostFolders = std::numeric_limits<std::uint32_t>::max();
 
-using Chunk = std::vector<FileRecord>;
+using Chunk = std::vector<FileRecord, PageAllocator<FileRecord>>;
 
 // What the walking threads share. Folders wait to be listed, the latest first: so the number of
 // those that wait stays small.
@@ -52,7 +53,10 @@ timespec timeOf(const struct statx_timestamp &time)
 class Walker
 {
 public:
-    explicit Walker(Shared &shared) : shared_(shared), listing_(kListing) {}
+    explicit Walker(Shared &shared) : shared_(shared), listing_(kListing)
+    {
+        chunk_.reserve(kRecordsInChunk);
+    }
 
     void walk();
 
@@ -72,7 +76,7 @@ private:
     FolderRecord record_;
     bool used_ = false; // the record of this number has names already
     std::string names_;
-    Chunk part_;
+    std::vector<FileRecord> part_;
     std::vector<std::size_t> subfolders_; // where their names begin
     Chunk chunk_;
     char *block_ = nullptr;
@@ -224,9 +228,9 @@ void Walker::closePart()
     for (FileRecord &file : part_) {
         file.folder = folder_;
         chunk_.push_back(file);
+        if (chunk_.size() == kRecordsInChunk)
+            handOver();
     }
-    if (chunk_.size() >= kRecordsInChunk)
-        handOver();
     used_ = true;
     part_.clear();
     subfolders_.clear();
@@ -235,10 +239,11 @@ void Walker::closePart()
 
 void Walker::handOver()
 {
-    chunk_.shrink_to_fit();
+    Chunk full;
+    full.reserve(kRecordsInChunk);
+    chunk_.swap(full);
     const std::lock_guard lock(shared_.mutex);
-    shared_.chunks.push_back(std::move(chunk_));
-    chunk_ = {};
+    shared_.chunks.push_back(std::move(full));
 }
 
 } // namespace
