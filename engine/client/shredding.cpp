@@ -55,9 +55,10 @@ ShredConfiguration readShredConfiguration(const std::vector<std::string> &files)
     bool found = false;
     std::vector<std::string> faults;
     for (const std::string &file : files)
-        if (std::string fault = take(file, configuration.passes, found); !fault.empty())
-            faults.push_back("The configuration file " + file +
-                             " is of no use for shredding: " + fault);
+        if (const std::string fault = take(file, configuration.passes, found); !fault.empty())
+            faults.emplace_back("The configuration file " + file)
+                .append(" is of no use for shredding: ")
+                .append(fault);
     // Where the number is known it matters little what else could not be read.
     if (!found)
         configuration.faults = std::move(faults);

@@ -125,6 +125,7 @@ QWidget *Shredder::createTable()
     table_->setHorizontalScrollBar(new CutOffPart(table_));
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     table_->setTextElideMode(Qt::ElideMiddle); // a file's name is at its path's end
+    table_->setWordWrap(false);
     table_->setColumnWidth(FileColumn, 550);
     table_->setColumnWidth(StatusColumn, kStatusWidth);
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
