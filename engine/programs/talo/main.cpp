@@ -41,7 +41,7 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 7> kCommands{{
+constexpr std::array<Command, 6> kCommands{{
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
