@@ -45,6 +45,18 @@ int checkScan(const char *program)
     return kMayStart;
 }
 
+int checkUpdate(const char *kind)
+{
+    using namespace talo;
+    const std::string asked = kind == nullptr ? "" : kind;
+    const QDBusReply<QVariantMap> state =
+        client::Bus::instance().call(interface::kUpdates, "UpdateState");
+    const char *const key = asked == "TaloAntivirus_S"   ? "signaturesRunning"
+                            : asked == "TaloAntivirus_P" ? "programRunning"
+                                                         : "";
+    return state.isValid() && state.value().value(QLatin1String(key)).toBool() ? kRuns : kMayStart;
+}
+
 } // namespace
 
 int IsProcessRunning(char const *kind)
@@ -52,10 +64,9 @@ int IsProcessRunning(char const *kind)
     return talo::client::guarded(kMayStart, [&] { return checkScan(kind); });
 }
 
-// No part of the product updates itself yet, so no update can be running.
-int IsProductUpdateRunning([[maybe_unused]] char const *kind)
+int IsProductUpdateRunning(char const *kind)
 {
-    return 1;
+    return talo::client::guarded(kMayStart, [&] { return checkUpdate(kind); });
 }
 
 int IsInternetAvailable()

@@ -15,6 +15,7 @@ inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
 inline constexpr char kSettings[] = "org.taloantivirus.Engine1.Settings";
 inline constexpr char kNotices[] = "org.taloantivirus.Engine1.Notices";
 inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
+inline constexpr char kUpdates[] = "org.taloantivirus.Engine1.Updates";
 
 // Errors that methods answer with; anything else comes from the bus itself.
 inline constexpr char kErrorInvalid[] = "org.taloantivirus.Error.InvalidArgument";
@@ -23,6 +24,7 @@ inline constexpr char kErrorLimit[] = "org.taloantivirus.Error.LimitReached";
 inline constexpr char kErrorNotFound[] = "org.taloantivirus.Error.NotFound";
 inline constexpr char kErrorNotPermitted[] = "org.taloantivirus.Error.NotPermitted";
 inline constexpr char kErrorPasswordNeeded[] = "org.taloantivirus.Error.PasswordNeeded";
+inline constexpr char kErrorNoSource[] = "org.taloantivirus.Error.NoSource";
 inline constexpr char kErrorFailed[] = "org.taloantivirus.Error.Failed";
 
 // Kinds of scan, as the scan programs' second argument has them.
@@ -39,5 +41,24 @@ enum JobState : unsigned {
     Failed = 6,
     Interrupted = 7, // by what neither the user nor the scan could help
 };
+
+// Where an update stands; the numbers are those of the panel's operations.
+enum UpdateStatus : unsigned {
+    UpdatePreparing = 0,
+    UpdateDownloading = 1,
+    UpdateDone = 2,
+    UpdateStopped = 3,
+    UpdateFailed = 4,
+    UpdateChecking = 5,
+    UpdateInstalling = 6,
+    UpdateLatest = 7,
+    UpdateUnreachable = 8,
+};
+
+constexpr bool isFinalUpdate(unsigned status)
+{
+    return status == UpdateDone || status == UpdateStopped || status == UpdateFailed ||
+           status == UpdateLatest || status == UpdateUnreachable;
+}
 
 } // namespace talo::interface

@@ -17,6 +17,7 @@ void registerTypes()
     qDBusRegisterMetaType<ReportList>();
     qDBusRegisterMetaType<QuarantineEntry>();
     qDBusRegisterMetaType<QuarantineList>();
+    qDBusRegisterMetaType<UpdateProgress>();
     qDBusRegisterMetaType<SettingMap>();
     // The service's stubs look for the lists under the names that the descriptions give them.
     qRegisterMetaType<RunningJobs>("talo::interface::RunningJobs");
@@ -107,6 +108,24 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &
 {
     argument.beginStructure();
     argument >> value.id >> value.time >> value.path >> value.threat >> value.size;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value)
+{
+    argument.beginStructure();
+    argument << value.status << value.total << value.remaining << value.percentage << value.speed
+             << value.detail;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value)
+{
+    argument.beginStructure();
+    argument >> value.status >> value.total >> value.remaining >> value.percentage >> value.speed >>
+        value.detail;
     argument.endStructure();
     return argument;
 }

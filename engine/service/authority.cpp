@@ -65,6 +65,9 @@ constexpr std::array<Rule, static_cast<std::size_t>(Action::kEnd)> kRules{{
      "org.taloantivirus.change-password", Guard::WhileProtected},
     {Action::ResetPassword, "have a new settings password mailed",
      "org.taloantivirus.reset-password", Guard::None},
+    {Action::ReadUpdates, "ask about updates", nullptr, Guard::None},
+    {Action::UpdateSignatures, "update the signatures", "org.taloantivirus.update-signatures",
+     Guard::None},
 }};
 
 constexpr bool inOrder()

@@ -42,7 +42,9 @@ enum class Action {
     ChangePassword,
     ChangeProtection,
     ResetPassword,
-    kEnd, // stays the last
+    ReadUpdates,      // watching one too
+    UpdateSignatures, // starting and stopping
+    kEnd,             // stays the last
 };
 
 // Why a caller may not; without a reason it may.

@@ -21,7 +21,6 @@
 namespace talo::scan
 {
 class Quarantine;
-class WorkerPool;
 } // namespace talo::scan
 namespace talo::store
 {
@@ -33,6 +32,7 @@ namespace talo::service
 
 class PasswordService;
 class SettingsService;
+class UpdateService;
 
 class BusObject : public QObject, protected QDBusContext
 {
@@ -45,9 +45,10 @@ public:
         ScanService &scans;
         store::ReportStore &reports;
         scan::Quarantine &quarantine;
-        scan::WorkerPool &pool;
+        SignaturePools &pools;
         Housekeeper &housekeeper;
         SettingsService &settings;
+        UpdateService &updates;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -97,6 +98,13 @@ public:
     int Remove(const QByteArray &text, int kind);
     QStringList List(QStringList &extensions);
 
+    // Updates
+    QVariantMap UpdateState();
+    uint PrepareSignatureUpdate();
+    void StartSignatureUpdate(uint handle);
+    void StopSignatureUpdate(uint handle);
+    interface::UpdateProgress SignatureUpdateProgress(uint handle);
+
 signals:
     // Notices
     void ThreatFound(const QString &type, const QString &path, const QString &threat,
@@ -119,6 +127,7 @@ private:
     void fail(const std::string &reason);                   // sends one if there is one
     void announce(const ScanService::Ending &ending);
     void control(uint job, bool (ScanService::*what)(uint));
+    void controlUpdate(uint handle, bool (UpdateService::*what)(uint));
 
     Rooms rooms_;
 };

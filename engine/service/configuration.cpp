@@ -4,8 +4,10 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <fcntl.h>
+#include <map>
 #include <set>
 #include <sstream>
 #include <string_view>
@@ -40,11 +42,13 @@ std::string faultOf(const struct stat &status)
     return std::string();
 }
 
-bool readAll(const std::string &path, std::string &content, std::string &failure)
+bool readAll(const std::string &path, Absent absent, std::string &content, std::string &failure)
 {
     const files::UniqueFd file(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY));
     struct stat status {
     };
+    if (!file && errno == ENOENT && absent == Absent::IsEmpty)
+        return true;
     if (!file || fstat(file.get(), &status) != 0) {
         failure = systemReason();
         return false;
@@ -111,39 +115,22 @@ std::string faultOf(const MailSettings &mail)
     return std::string();
 }
 
-// One line of the group "Mail"; empty or what is wrong with it.
-std::string take(const std::string &line, MailSettings &mail, std::set<std::string> &seen)
+std::string takeLine(const std::string &line, const TakeValue &take)
 {
     const std::size_t equals = line.find('=');
     if (equals == std::string::npos)
         return "neither a key nor a group nor a comment";
-    const std::string key = trimmed(line.substr(0, equals));
     const std::string value = trimmed(line.substr(equals + 1));
     if (std::any_of(value.begin(), value.end(), isControl))
         return "a control character";
-    if (!seen.insert(key).second)
-        return "a key for the second time";
-    if (key == "Server")
-        mail.server = value;
-    else if (key == "From")
-        mail.from = value;
-    else if (key == "To")
-        mail.to = value;
-    else if (key == "User")
-        mail.user = value;
-    else if (key == "Password")
-        mail.password = value;
-    else
-        return "an unknown key";
-    return std::string();
+    return take(trimmed(line.substr(0, equals)), value);
 }
 
-std::string parse(const std::string &content, MailSettings &mail)
+std::string parse(const std::string &content, const std::string &wanted, const TakeValue &take)
 {
     std::istringstream lines(content);
     std::string raw;
     std::string group;
-    std::set<std::string> seen;
     for (int number = 1; std::getline(lines, raw); ++number) {
         const std::string line = trimmed(raw);
         if (line.empty() || line[0] == '#' || line[0] == ';')
@@ -152,28 +139,137 @@ std::string parse(const std::string &content, MailSettings &mail)
             group = trimmed(line.substr(1, line.size() - 2));
             continue;
         }
-        if (group != "Mail")
+        if (group != wanted)
             continue;
-        // The line itself is not told: it may hold the mail server's password.
-        const std::string fault = take(line, mail, seen);
+        // The line itself is not told: it may hold a password.
+        const std::string fault = takeLine(line, take);
         if (!fault.empty())
             return "line " + std::to_string(number) + " has " + fault;
     }
-    return faultOf(mail);
+    return std::string();
 }
 
+// A number of seconds; false for anything else.
+bool parseSeconds(const std::string &text, unsigned least, unsigned &seconds)
+{
+    constexpr unsigned kMost = 86400;
+    if (text.empty() || text.size() > 5 || text.find_first_not_of("0123456789") != text.npos)
+        return false;
+    seconds = static_cast<unsigned>(std::stoul(text));
+    return seconds >= least && seconds <= kMost;
+}
+
+std::string noUse(const std::string &file, const std::string &failure)
+{
+    return "the configuration file " + file + " is of no use: " + failure;
+}
+
+constexpr char kTwice[] = "a key for the second time";
+constexpr char kUnknown[] = "an unknown key";
+
+class UpdateKeys
+{
+public:
+    std::string take(const std::string &key, const std::string &value)
+    {
+        update::SignatureSource &source = settings.source;
+        const std::map<std::string, std::vector<std::string> *> lists{
+            {"Mirror", &source.mirrors},
+            {"PrivateMirror", &source.privateMirrors},
+            {"Database", &source.databases}};
+        const std::map<std::string, std::string *> texts{{"Proxy", &source.proxy},
+                                                         {"ProxyUser", &source.proxyUser},
+                                                         {"ProxyPassword", &source.proxyPassword},
+                                                         {"User", &source.user},
+                                                         {"WorkFolder", &source.workFolder},
+                                                         {"Freshclam", &source.program}};
+        if (const auto list = lists.find(key); list != lists.end()) {
+            list->second->push_back(value);
+            return std::string();
+        }
+        if (!seen_.insert(key).second)
+            return kTwice;
+        if (const auto text = texts.find(key); text != texts.end()) {
+            *text->second = value;
+            return std::string();
+        }
+        return takeOther(key, value);
+    }
+
+    UpdateSettings settings;
+
+private:
+    std::string takeOther(const std::string &key, const std::string &value)
+    {
+        unsigned seconds = 0;
+        if (key == "Official") {
+            settings.source.official = value != "no";
+            return value == "yes" || value == "no" ? "" : "neither yes nor no";
+        }
+        if (key == "Timeout") {
+            const bool valid = parseSeconds(value, 1, seconds);
+            settings.source.patience = std::chrono::seconds(seconds);
+            return valid ? "" : "no number of seconds";
+        }
+        if (key == "StartDelay") {
+            const bool valid = parseSeconds(value, 0, seconds);
+            settings.startDelay = seconds;
+            return valid ? "" : "no number of seconds";
+        }
+        return kUnknown;
+    }
+
+    std::set<std::string> seen_;
+};
+
 } // namespace
+
+std::string readGroup(const std::string &file, const std::string &group, Absent absent,
+                      const TakeValue &take)
+{
+    std::string content;
+    std::string failure;
+    if (readAll(file, absent, content, failure))
+        failure = parse(content, group, take);
+    return failure.empty() ? failure : noUse(file, failure);
+}
 
 std::optional<MailSettings> readMailSettings(const std::string &file, std::string &failure)
 {
     MailSettings mail;
-    std::string content;
-    if (readAll(file, content, failure))
-        failure = parse(content, mail);
+    const std::map<std::string, std::string *> keys{{"Server", &mail.server},
+                                                    {"From", &mail.from},
+                                                    {"To", &mail.to},
+                                                    {"User", &mail.user},
+                                                    {"Password", &mail.password}};
+    std::set<std::string> seen;
+    failure = readGroup(file, "Mail", Absent::IsAnError,
+                        [&](const std::string &key, const std::string &value) -> std::string {
+                            if (!seen.insert(key).second)
+                                return kTwice;
+                            const auto known = keys.find(key);
+                            if (known == keys.end())
+                                return kUnknown;
+                            *known->second = value;
+                            return std::string();
+                        });
     if (failure.empty())
-        return mail;
-    failure = "the configuration file " + file + " is of no use: " + failure;
-    return std::nullopt;
+        if (const std::string fault = faultOf(mail); !fault.empty())
+            failure = noUse(file, fault);
+    return failure.empty() ? std::optional(mail) : std::nullopt;
+}
+
+std::optional<UpdateSettings> readUpdateSettings(const std::string &file, std::string &failure)
+{
+    UpdateKeys keys;
+    failure = readGroup(file, "Update", Absent::IsEmpty,
+                        [&keys](const std::string &key, const std::string &value) {
+                            return keys.take(key, value);
+                        });
+    if (failure.empty())
+        if (const std::string fault = faultOf(keys.settings.source); !fault.empty())
+            failure = noUse(file, fault);
+    return failure.empty() ? std::optional(keys.settings) : std::nullopt;
 }
 
 } // namespace talo::service

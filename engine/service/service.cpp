@@ -3,7 +3,6 @@
 #include "interface/busaddress.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
-#include "scan/workerpool.h"
 #include "service/authority.h"
 #include "service/busobject.h"
 #include "service/housekeeper.h"
@@ -12,10 +11,15 @@
 #include "service/paths.h"
 #include "service/scanservice.h"
 #include "service/settingsservice.h"
+#include "service/signaturepools.h"
 #include "service/trustedcallers.h"
+#include "service/updateservice.h"
 #include "store/database.h"
 #include "store/passwordstore.h"
 #include "store/reportstore.h"
+#include "store/updatestore.h"
+#include "update/signaturesets.h"
+#include "update/workfolder.h"
 
 #include "exclusionsadaptor.h"
 #include "noticesadaptor.h"
@@ -25,6 +29,7 @@
 #include "scanadaptor.h"
 #include "settingsadaptor.h"
 #include "statusadaptor.h"
+#include "updatesadaptor.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -70,6 +75,8 @@ void Service::stop()
     QDBusConnection::disconnectFromBus(connectionName());
     object_.reset();
     passwords_.reset();
+    if (updates_)
+        updates_->shutDown();
     if (scans_)
         scans_->shutDown();
 }
@@ -142,29 +149,56 @@ void Service::openPasswords()
         std::make_unique<PasswordService>(*passwordStore_, *trusted_, options_.configuration);
 }
 
-ExitCode Service::publish()
+SignatureSet Service::signatures() const
 {
-    const auto signatures = [this] {
-        return chooseSignatures(options_.signatures, options_.state);
-    };
+    return chooseSignatures(options_.signatures, options_.state);
+}
+
+void Service::openSignatures()
+{
+    sets_ = std::make_unique<update::SignatureSets>(
+        updatedSignatures(options_.state),
+        [this](const std::string &set) { return pools_ && pools_->uses(set); });
+    std::string notice;
+    const std::string failure = sets_->open(notice);
+    if (!failure.empty())
+        log(Level::Error, failure);
+    if (!notice.empty())
+        log(Level::Warning, notice);
     scan::PoolConfig config;
     config.workerProgram = options_.worker;
-    config.signatureFolder = signatures().folder;
-    pool_ = std::make_unique<scan::WorkerPool>(config);
+    pools_ = std::make_unique<SignaturePools>(
+        config, [this] { return signatures(); },
+        [this](const SignatureSet &bad, const std::string &reason) {
+            if (bad.folder != sets_->current())
+                return false;
+            const std::string failed = sets_->fallBack();
+            log(Level::Warning,
+                "the updated signatures cannot be loaded: " + reason +
+                    (failed.empty() ? "; the set before them is used again" : "; " + failed));
+            return failed.empty();
+        });
+}
+
+ExitCode Service::publish()
+{
+    openSignatures();
     housekeeper_ = std::make_unique<Housekeeper>();
     housekeeper_->run([this] { quarantine_->recover(); });
     scans_ =
         std::make_unique<ScanService>(ScanService::Rooms{*reports_,
                                                          *quarantine_,
-                                                         *pool_,
+                                                         *pools_,
                                                          *housekeeper_,
-                                                         signatures,
                                                          [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
     openPasswords();
-    object_ = std::make_unique<BusObject>(BusObject::Rooms{*authority_, *passwords_, *scans_,
-                                                           *reports_, *quarantine_, *pool_,
-                                                           *housekeeper_, *settings_, signatures});
+    updates_ = std::make_unique<UpdateService>(
+        UpdateService::Rooms{store::UpdateStore(*database_), *settings_, *pools_, *sets_,
+                             options_.configuration, options_.signatures});
+    object_ = std::make_unique<BusObject>(
+        BusObject::Rooms{*authority_, *passwords_, *scans_, *reports_, *quarantine_, *pools_,
+                         *housekeeper_, *settings_, *updates_, [this] { return signatures(); }});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
     new ReportsAdaptor(object_.get());
@@ -173,6 +207,7 @@ ExitCode Service::publish()
     new ExclusionsAdaptor(object_.get());
     new PasswordAdaptor(object_.get());
     new NoticesAdaptor(object_.get());
+    new UpdatesAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;
@@ -185,6 +220,7 @@ ExitCode Service::publish()
     connect(&daily_, &QTimer::timeout, this, &Service::keepHouse);
     daily_.start(std::chrono::hours(24));
     keepHouse();
+    updates_->begin();
     log(Level::Info, "version " TALO_VERSION " is ready");
     return Done;
 }

@@ -13,7 +13,6 @@
 namespace talo::scan
 {
 class Quarantine;
-class WorkerPool;
 } // namespace talo::scan
 namespace talo::store
 {
@@ -21,6 +20,10 @@ class Database;
 class PasswordStore;
 class ReportStore;
 } // namespace talo::store
+namespace talo::update
+{
+class SignatureSets;
+}
 
 namespace talo::service
 {
@@ -31,7 +34,9 @@ class Housekeeper;
 class PasswordService;
 class ScanService;
 class SettingsService;
+class SignaturePools;
 class TrustedCallers;
+class UpdateService;
 
 struct Options {
     QString bus; // "system", "session" or an address
@@ -64,6 +69,8 @@ private slots:
 private:
     ExitCode openBus();
     ExitCode openStore();
+    void openSignatures();
+    SignatureSet signatures() const;
     void openPasswords();
     ExitCode publish();
     void keepHouse();
@@ -74,13 +81,15 @@ private:
     std::unique_ptr<store::ReportStore> reports_;
     std::unique_ptr<store::PasswordStore> passwordStore_;
     std::unique_ptr<scan::Quarantine> quarantine_;
-    std::unique_ptr<scan::WorkerPool> pool_;
+    std::unique_ptr<update::SignatureSets> sets_;
+    std::unique_ptr<SignaturePools> pools_;
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
     std::unique_ptr<TrustedCallers> trusted_;
     std::unique_ptr<Authority> authority_;
     std::unique_ptr<PasswordService> passwords_;
+    std::unique_ptr<UpdateService> updates_;
     std::unique_ptr<BusObject> object_;
     QTimer daily_;
 };

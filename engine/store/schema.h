@@ -67,6 +67,18 @@ inline constexpr const char *kMigrations[] = {
     INSERT INTO password (only, protected) VALUES (1, 0);
     CREATE TABLE wrong_password (user INTEGER PRIMARY KEY, count INTEGER NOT NULL) WITHOUT ROWID;
     )sql",
+    // 4: what is remembered of updates, a row for each kind of which there was one
+    R"sql(
+    CREATE TABLE update_run (
+        kind INTEGER PRIMARY KEY,
+        attempted INTEGER NOT NULL,
+        succeeded INTEGER NOT NULL,
+        status INTEGER NOT NULL,
+        detail TEXT NOT NULL,
+        failures INTEGER NOT NULL,
+        not_before INTEGER NOT NULL
+    );
+    )sql",
 };
 
 } // namespace talo::store

@@ -17,8 +17,9 @@ declare -A allowed=(
     [engine/worker]='worker/ scan/workerprotocol.h'
     [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
         scan/disinfectprotocol.h'
+    [engine/update]='update/ files/'
     [engine/client]='client/ engine/ interface/ files/'
-    [engine/service]='service/ interface/ files/ store/ scan/'
+    [engine/service]='service/ interface/ files/ store/ scan/ update/'
     [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h'
 )
 
@@ -53,7 +54,7 @@ if grep -rlE '#include <Q(Application|Widget|MainWindow|Dialog|MessageBox)' engi
     echo "only engine/programs may use widgets"
     wrong=1
 fi
-if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/worker \
+if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/update engine/worker \
     engine/disinfect; then
     echo "these rooms do without Qt"
     wrong=1

@@ -27,6 +27,7 @@ constexpr char kUsage[] =
     "  quarantine list             what was taken away\n"
     "  quarantine restore ID       put it back where it was\n"
     "  quarantine purge ID         destroy it for good\n"
+    "  update signatures [--check] fetch new signatures, or tell how the last updates went\n"
     "  help, --version\n"
     "\n"
     "Exit status of a scan: 0 no threats, 1 threats found, 2 it failed or was stopped.\n"
@@ -38,11 +39,12 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 4> kCommands{{
+constexpr std::array<Command, 5> kCommands{{
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
     {"quarantine", quarantineCommand},
+    {"update", updateCommand},
 }};
 
 int print(const char *text)

@@ -1,0 +1,21 @@
+// When the next automatic update is due.
+#pragma once
+
+#include "store/updatestore.h"
+
+#include <chrono>
+#include <ctime>
+
+namespace talo::service
+{
+
+// Hours between updates by the setting's value.
+std::chrono::hours updateInterval(int frequency);
+
+// `chance` is a random number from 0 to 1: machines that were switched on together must not ask the
+// servers together for ever. After runs that failed the first wait is short and doubles up to the
+// interval. What the clock was set to does not put an update off by more than an interval.
+std::time_t nextUpdate(const store::UpdateRecord &record, int frequency, std::time_t now,
+                       double chance);
+
+} // namespace talo::service
