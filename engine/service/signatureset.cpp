@@ -107,10 +107,10 @@ SignatureSet chooseSignatures(const std::string &chosenFolder, const std::string
     if (!chosenFolder.empty())
         return describeFolder("chosen", chosenFolder, look(chosenFolder));
     // Of the set itself and not of the link to it, which may lead to another one the next moment.
+    const std::string sets = updatedSignatures(stateFolder) + "/";
     std::error_code error;
-    const std::filesystem::path set =
-        std::filesystem::canonical(updatedSignatures(stateFolder) + "/current", error);
-    const std::string updated = error ? std::string() : set.string();
+    const auto target = std::filesystem::read_symlink(sets + "current", error);
+    const std::string updated = sets + (error ? "current" : target.string());
     const Content fresh = look(updated);
     if (fresh.databases != 0) {
         SignatureSet described = describeFolder("updated", updated, fresh);

@@ -36,8 +36,6 @@ std::time_t nextUpdate(const store::UpdateRecord &record, int frequency, std::ti
     }
     wait += static_cast<std::time_t>(static_cast<double>(wait) * spread * chance);
     const std::time_t due = std::min(record.attempted + wait, now + wait);
-    // A server's wish may be for days, but not for ever.
-    constexpr std::time_t kLongestWish = std::time_t{7} * 24 * 60 * 60;
     return std::max(due, std::min(record.notBefore, now + kLongestWish));
 }
 

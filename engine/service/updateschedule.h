@@ -9,6 +9,9 @@
 namespace talo::service
 {
 
+// A server's wish to be left alone may be for days, but not for ever.
+inline constexpr std::time_t kLongestWish = std::time_t{7} * 24 * 60 * 60;
+
 // Hours between updates by the setting's value.
 std::chrono::hours updateInterval(int frequency);
 

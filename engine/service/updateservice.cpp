@@ -44,6 +44,14 @@ qlonglong kilobytes(std::uint64_t bytes)
     return static_cast<qlonglong>((bytes + 1023) / 1024);
 }
 
+// A clock that was set may make a wish of the server's one for years.
+std::time_t wish(const store::UpdateRecord &record)
+{
+    const std::time_t longest = record.attempted + kLongestWish;
+    return record.notBefore > longest || record.attempted > std::time(nullptr) ? 0
+                                                                               : record.notBefore;
+}
+
 bool isFailure(UpdateStatus status)
 {
     return status == UpdateStatus::Failed || status == UpdateStatus::Unreachable;
@@ -149,7 +157,7 @@ void UpdateService::launch(Asked asked)
     run_->asked = asked;
     run_->update = std::make_unique<update::SignatureUpdate>(
         rooms_.sets, update::SignatureUpdate::Task{
-                         run_->settings.source, systemSignatures(),
+                         run_->settings.source, systemSignatures(), wish(record_),
                          [this](const std::string &set) { return rooms_.pools.tryOut(set); },
                          [this] { rooms_.pools.adopt(); }});
     record_.attempted = std::time(nullptr);

@@ -105,6 +105,8 @@ void FreshclamOutput::line(const std::string &text)
     }
     if (text.find("file not found: ") != std::string::npos)
         fileMissing_ = true;
+    if (text.find("Failed writing received data") != std::string::npos)
+        diskFailed_ = true;
     if (text.find(" updated (version: ") != std::string::npos ||
         text.find(" is up-to-date (version: ") != std::string::npos)
         ++finished_;

@@ -24,7 +24,8 @@ public:
 
     // When the server wants to be asked again at the earliest; 0: it did not say.
     std::time_t coolDownUntil() const { return coolDown_; }
-    bool fileMissing() const { return fileMissing_; }
+    bool fileMissing() const { return fileMissing_; } // on the server
+    bool diskFailed() const { return diskFailed_; }
     // What it complained of, printable and of limited length; empty where of nothing.
     std::string complaint() const;
 
@@ -40,6 +41,7 @@ private:
     unsigned finished_ = 0;
     std::time_t coolDown_ = 0;
     bool fileMissing_ = false;
+    bool diskFailed_ = false;
     std::string message_; // of the library that downloads
     std::string error_;
 };

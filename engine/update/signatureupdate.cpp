@@ -159,7 +159,7 @@ UpdateProgress SignatureUpdate::run()
     Run run;
     if (!stopEvent_)
         run.result = fail("no event can be made");
-    else if (seed(run) && download(run) && judge(run) && install(run))
+    else if (mayAsk(run) && seed(run) && download(run) && judge(run) && install(run))
         run.result = end(UpdateStatus::Done, "the signatures were updated");
     if (run.result.status != UpdateStatus::Done)
         sets_.discard(run.set);
@@ -171,6 +171,17 @@ UpdateProgress SignatureUpdate::run()
     }
     progress_ = run.result;
     return progress_;
+}
+
+// Also of a run that somebody asks for: a server that is asked all the same may shut us out.
+bool SignatureUpdate::mayAsk(Run &run)
+{
+    if (std::time(nullptr) >= task_.notBefore)
+        return true;
+    coolDown_ = task_.notBefore;
+    run.result = end(UpdateStatus::Unreachable,
+                     "the server wants to be left alone until " + momentOf(coolDown_));
+    return false;
 }
 
 // freshclam changes its own copy, so that it need only fetch what is new.
@@ -284,8 +295,8 @@ bool SignatureUpdate::download(Run &run)
                          "the server wants to be left alone until " + momentOf(coolDown_));
     } else if (ended.by == By::Exit && ended.number == UpToDateOrUpdated) {
         return true;
-    } else if (isFull(run.downloads)) {
-        run.result = fail("no space is left in " + task_.source.workFolder);
+    } else if (output.diskFailed() || isFull(run.downloads)) {
+        run.result = fail("no space is left in " + task_.source.workFolder + complaint);
     } else if (ended.by == By::TooLong) {
         run.result = end(UpdateStatus::Unreachable, "the download did not end in time");
     } else if (ended.by == By::Signal) {

@@ -52,8 +52,9 @@ class SignatureUpdate
 public:
     struct Task {
         SignatureSource source;
-        std::string systemFolder; // signatures of the distribution, to begin with where there is
-                                  // no set of our own yet
+        std::string systemFolder;  // signatures of the distribution, to begin with where there is
+                                   // no set of our own yet
+        std::time_t notBefore = 0; // the server's wish of an earlier run
         // Loads a set in the scan workers' sandbox. Empty, or why it is of no use.
         std::function<std::string(const std::string &set)> tryOut;
         std::function<void()> taken; // the set is the current one now
@@ -75,6 +76,7 @@ private:
     void enter(UpdateStatus status, double percentage);
     void heard(Run &run, const FreshclamOutput &output);
     bool download(Run &run);
+    bool mayAsk(Run &run);
     bool seed(Run &run);
     bool judge(Run &run);
     bool install(Run &run);
