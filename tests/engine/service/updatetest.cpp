@@ -96,6 +96,7 @@ private slots:
     void needsASource_data();
     void needsASource();
     void leavesNothingWhenItIsKilled();
+    void isDoneFromTheTerminal();
 
 private:
     std::unique_ptr<UpdateBench> bench_;
@@ -496,6 +497,55 @@ void UpdateTest::leavesNothingWhenItIsKilled()
     QVERIFY(!bench_->leftovers().isEmpty());
     QVERIFY(bench_->startService());
     QCOMPARE(bench_->leftovers(), QStringList());
+}
+
+void UpdateTest::isDoneFromTheTerminal()
+{
+    const auto talo = [](const QStringList &words, QByteArray &said) {
+        Program program;
+        program.setProcessChannelMode(QProcess::MergedChannels);
+        program.start(built("bin/talo"), QStringList{"update"} + words);
+        program.waitForFinished();
+        said = program.readAll();
+        return program.exitCode();
+    };
+    QByteArray said;
+    QCOMPARE(talo({"signatures"}, said), 0);
+    QCOMPARE(said, QByteArray("The signatures are the latest already.\n"));
+    QVERIFY(bench_->publish("Talo.Test.New"));
+    QCOMPARE(talo({"signatures"}, said), 0);
+    QCOMPARE(said, QByteArray("The signatures were updated.\n"));
+    bench_->serve("garbage");
+    QVERIFY(bench_->publish("Talo.Test.Newer"));
+    QCOMPARE(talo({"signatures"}, said), 2);
+    QVERIFY2(said.startsWith("The update failed: the new signatures are of no use"), said);
+    QCOMPARE(talo({"signatures", "--check"}, said), 0);
+    QVERIFY2(said.contains("Outcome:     the new signatures are of no use"), said);
+    QCOMPARE(talo({"nonsense"}, said), 2);
+    QCOMPARE(talo({"signatures", "--now"}, said), 2);
+
+    // Ctrl+C stops the run, and the program tells so.
+    bench_->serve("stall");
+    QVERIFY(bench_->publish("Talo.Test.Newest", 20000));
+    Program program;
+    program.setProcessChannelMode(QProcess::MergedChannels);
+    program.start(built("bin/talo"), {"update", "signatures"});
+    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_S"), 0);
+    const uint handle = bench_->state().value("signaturesHandle").toUInt();
+    const auto progress = [&] {
+        return QDBusReply<UpdateProgress>(
+                   ask(bench_->caller(), kUpdates, "SignatureUpdateProgress", {handle}))
+            .value();
+    };
+    QTRY_COMPARE(progress().status, uint(UpdateDownloading));
+    QCOMPARE(kill(static_cast<pid_t>(program.processId()), SIGINT), 0);
+    QVERIFY(program.waitForFinished(10000));
+    QCOMPARE(program.exitCode(), 2);
+    QVERIFY(program.readAll().contains("The update was stopped"));
+
+    bench_->endService();
+    QCOMPARE(talo({"signatures"}, said), 2);
+    QVERIFY2(said.contains("Start talod"), said);
 }
 
 QTEST_GUILESS_MAIN(UpdateTest)
