@@ -13,9 +13,11 @@ inline constexpr char kReports[] = "org.taloantivirus.Engine1.Reports";
 inline constexpr char kPassword[] = "org.taloantivirus.Engine1.Password";
 inline constexpr char kQuarantine[] = "org.taloantivirus.Engine1.Quarantine";
 inline constexpr char kSettings[] = "org.taloantivirus.Engine1.Settings";
+inline constexpr char kFirewall[] = "org.taloantivirus.Engine1.Firewall";
 inline constexpr char kNotices[] = "org.taloantivirus.Engine1.Notices";
 inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
 inline constexpr char kUpdates[] = "org.taloantivirus.Engine1.Updates";
+inline constexpr char kSchedules[] = "org.taloantivirus.Engine1.Schedules";
 
 // Errors that methods answer with; anything else comes from the bus itself.
 inline constexpr char kErrorInvalid[] = "org.taloantivirus.Error.InvalidArgument";

@@ -19,11 +19,14 @@ void registerTypes()
     qDBusRegisterMetaType<QuarantineList>();
     qDBusRegisterMetaType<UpdateProgress>();
     qDBusRegisterMetaType<SettingMap>();
+    qDBusRegisterMetaType<ScheduleEntry>();
+    qDBusRegisterMetaType<ScheduleList>();
     // The service's stubs look for the lists under the names that the descriptions give them.
     qRegisterMetaType<RunningJobs>("talo::interface::RunningJobs");
     qRegisterMetaType<ReportList>("talo::interface::ReportList");
     qRegisterMetaType<QuarantineList>("talo::interface::QuarantineList");
     qRegisterMetaType<SettingMap>("talo::interface::SettingMap");
+    qRegisterMetaType<ScheduleList>("talo::interface::ScheduleList");
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const ThreatFound &value)
@@ -121,11 +124,29 @@ QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value)
     return argument;
 }
 
+QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value)
+{
+    argument.beginStructure();
+    argument << value.name << value.type << value.weekday << value.hour << value.minute
+             << value.next << value.waits;
+    argument.endStructure();
+    return argument;
+}
+
 const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value)
 {
     argument.beginStructure();
     argument >> value.status >> value.total >> value.remaining >> value.percentage >> value.speed >>
         value.detail;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, ScheduleEntry &value)
+{
+    argument.beginStructure();
+    argument >> value.name >> value.type >> value.weekday >> value.hour >> value.minute >>
+        value.next >> value.waits;
     argument.endStructure();
     return argument;
 }

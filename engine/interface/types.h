@@ -66,6 +66,16 @@ struct UpdateProgress {
     int speed = 0;           // kilobytes a second
     QString detail;          // with a final status: why, in words
 };
+struct ScheduleEntry {
+    QString name;
+    int type = 0;    // 1 full scan, 3 quick scan
+    int weekday = 0; // 0 Sunday to 6 Saturday, 8 every day
+    int hour = 0;
+    int minute = 0;
+    qlonglong next = 0; // when it runs next, seconds since 1970
+    QString waits;      // if it is due already: what for
+};
+using ScheduleList = QList<ScheduleEntry>;
 
 // Values of one group of settings, by their keys.
 using SettingMap = QMap<QString, int>;
@@ -85,6 +95,8 @@ QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const QuarantineEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ScheduleEntry &value);
 
 } // namespace talo::interface
 
@@ -94,3 +106,4 @@ Q_DECLARE_METATYPE(talo::interface::RunningJob)
 Q_DECLARE_METATYPE(talo::interface::ReportEntry)
 Q_DECLARE_METATYPE(talo::interface::QuarantineEntry)
 Q_DECLARE_METATYPE(talo::interface::UpdateProgress)
+Q_DECLARE_METATYPE(talo::interface::ScheduleEntry)

@@ -33,9 +33,12 @@ enum class Action {
     ReadSettings, // exclusions too
     ChangeSettings,
     ChangeFirewallSetting,
+    SwitchFirewall, // the running one
     ChangeDeviceControl,
     ChangeExclusions,
     ImportSettings,
+    ReadSchedules,
+    ChangeSchedules,
     ReadPassword, // whether there is one, and whether it guards
     ValidatePassword,
     CreatePassword,

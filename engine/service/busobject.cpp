@@ -2,6 +2,7 @@
 
 #include "interface/names.h"
 #include "scan/quarantine.h"
+#include "service/guardservice.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
 #include "service/shown.h"
@@ -133,7 +134,7 @@ QVariantMap BusObject::GetStatus()
     if (!permitted(Action::ReadStatus))
         return {};
     const SignatureSet set = rooms_.signatures();
-    return {
+    QVariantMap status{
         {QStringLiteral("version"), QStringLiteral(TALO_VERSION)},
         {QStringLiteral("user"), static_cast<uint>(geteuid())},
         {QStringLiteral("signatureSet"), QString::fromStdString(set.kind)},
@@ -144,6 +145,10 @@ QVariantMap BusObject::GetStatus()
         {QStringLiteral("signatureCount"), rooms_.pools.signatures()},
         {QStringLiteral("jobs"), static_cast<uint>(rooms_.scans.running().size())},
     };
+    const QVariantMap enforced = rooms_.guards.status();
+    for (auto value = enforced.begin(); value != enforced.end(); ++value)
+        status.insert(value.key(), value.value());
+    return status;
 }
 
 uint BusObject::Start(uint kind, const QByteArray &path)

@@ -30,7 +30,9 @@ class ReportStore;
 namespace talo::service
 {
 
+class GuardService;
 class PasswordService;
+class ScheduleService;
 class SettingsService;
 class UpdateService;
 
@@ -48,6 +50,8 @@ public:
         SignaturePools &pools;
         Housekeeper &housekeeper;
         SettingsService &settings;
+        ScheduleService &schedules;
+        GuardService &guards;
         UpdateService &updates;
         std::function<SignatureSet()> signatures;
     };
@@ -93,10 +97,21 @@ public:
     QByteArray Export();
     int Import(const QByteArray &text);
 
+    // Firewall
+    void Trigger(int state);
+
     // Exclusions
     int Add(const QByteArray &text, int kind);
     int Remove(const QByteArray &text, int kind);
     QStringList List(QStringList &extensions);
+
+    // Schedules
+    int Add(const QByteArray &name, int type, int frequency, int weekday, int hour, int minute);
+    int Edit(const QByteArray &oldName, const QByteArray &name, int type, int frequency,
+             int weekday, int hour, int minute);
+    int Remove(const QByteArray &name);
+    int Details(const QByteArray &name, int &type, int &weekday, int &hour, int &minute);
+    interface::ScheduleList All();
 
     // Updates
     QVariantMap UpdateState();

@@ -136,7 +136,7 @@ std::optional<ScanService::Started> ScanService::refuse(uint kind, const QByteAr
     return std::nullopt;
 }
 
-ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin)
+ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin, Gone gone)
 {
     dropOld();
     if (const auto refused = refuse(kind, path))
@@ -151,8 +151,10 @@ ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origi
     entry.scanned = scannedBy(entry.kind, root);
     entry.record = std::make_shared<JobRecord>();
     entry.workers = rooms_.pools.forJob();
+    ReportRecorder::Hooks told = hooks(number, entry);
+    told.gone = std::move(gone);
     entry.recorder = std::make_unique<ReportRecorder>(rooms_.reports, entry.type, entry.scanned,
-                                                      entry.record, hooks(number, entry));
+                                                      entry.record, std::move(told));
     log(Level::Info,
         entry.type + " " + std::to_string(number) + " of " + entry.scanned + " begins");
     // Looking for the places of a quick scan takes a while. All kinds go this way, so that no scan
@@ -203,7 +205,7 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots)
     if (entry->pauseAsked)
         entry->job->pause();
     entry->job->start();
-    if (entry->record->stopAsked())
+    if (entry->record->stopAsked() || entry->interrupted)
         entry->job->stop();
 }
 
@@ -275,6 +277,17 @@ bool ScanService::stop(uint job)
     if (entry == nullptr)
         return false;
     entry->record->askStop();
+    if (entry->job)
+        entry->job->stop();
+    return true;
+}
+
+bool ScanService::interrupt(uint job)
+{
+    Entry *const entry = find(job);
+    if (entry == nullptr)
+        return false;
+    entry->interrupted = true;
     if (entry->job)
         entry->job->stop();
     return true;

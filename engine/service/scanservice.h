@@ -53,12 +53,16 @@ public:
     // Who began a scan. The type of its report says so, and nobody watches what a user did not
     // begin.
     enum class Origin { User, Schedule, Drive };
-    Started start(uint kind, const QByteArray &path, Origin origin = Origin::User);
+    // What a scan finds after what it scans has gone is worth nothing: where `gone` says so at its
+    // end, on the scan's thread, it counts as interrupted.
+    using Gone = std::function<bool()>;
+    Started start(uint kind, const QByteArray &path, Origin origin = Origin::User, Gone gone = {});
 
     // False: no such job.
     bool pause(uint job);
     bool resume(uint job);
     bool stop(uint job);
+    bool interrupt(uint job); // as by a power cut, not as somebody wishes
 
     std::optional<interface::ScanProgress> progress(uint job, uint threatsFrom) const;
     interface::RunningJobs running() const;
@@ -94,6 +98,7 @@ private:
         std::unique_ptr<ReportRecorder> recorder; // until the job has it
         std::unique_ptr<scan::Job> job;           // none while its roots are looked for
         bool pauseAsked = false;
+        bool interrupted = false;
         std::chrono::steady_clock::time_point ended;
     };
 

@@ -3,13 +3,16 @@
 #include "interface/busaddress.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
+#include "schedule/clock.h"
 #include "service/authority.h"
 #include "service/busobject.h"
+#include "service/guardservice.h"
 #include "service/housekeeper.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
 #include "service/paths.h"
 #include "service/scanservice.h"
+#include "service/scheduleservice.h"
 #include "service/settingsservice.h"
 #include "service/signaturepools.h"
 #include "service/trustedcallers.h"
@@ -17,16 +20,16 @@
 #include "store/database.h"
 #include "store/passwordstore.h"
 #include "store/reportstore.h"
-#include "store/updatestore.h"
 #include "update/signaturesets.h"
-#include "update/workfolder.h"
 
 #include "exclusionsadaptor.h"
+#include "firewalladaptor.h"
 #include "noticesadaptor.h"
 #include "passwordadaptor.h"
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
 #include "scanadaptor.h"
+#include "schedulesadaptor.h"
 #include "settingsadaptor.h"
 #include "statusadaptor.h"
 #include "updatesadaptor.h"
@@ -77,6 +80,7 @@ void Service::stop()
     passwords_.reset();
     if (updates_)
         updates_->shutDown();
+    schedules_.reset();
     if (scans_)
         scans_->shutDown();
 }
@@ -154,32 +158,6 @@ SignatureSet Service::signatures() const
     return chooseSignatures(options_.signatures, options_.state);
 }
 
-void Service::openSignatures()
-{
-    sets_ = std::make_unique<update::SignatureSets>(
-        updatedSignatures(options_.state),
-        [this](const std::string &set) { return pools_ && pools_->uses(set); });
-    std::string notice;
-    const std::string failure = sets_->open(notice);
-    if (!failure.empty())
-        log(Level::Error, failure);
-    if (!notice.empty())
-        log(Level::Warning, notice);
-    scan::PoolConfig config;
-    config.workerProgram = options_.worker;
-    pools_ = std::make_unique<SignaturePools>(
-        config, [this] { return signatures(); },
-        [this](const SignatureSet &bad, const std::string &reason) {
-            if (bad.folder != sets_->current())
-                return false;
-            const std::string failed = sets_->fallBack();
-            log(Level::Warning,
-                "the updated signatures cannot be loaded: " + reason +
-                    (failed.empty() ? "; the set before them is used again" : "; " + failed));
-            return failed.empty();
-        });
-}
-
 ExitCode Service::publish()
 {
     openSignatures();
@@ -193,14 +171,16 @@ ExitCode Service::publish()
                                                          [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
     openPasswords();
-    updates_ = std::make_unique<UpdateService>(
-        UpdateService::Rooms{store::UpdateStore(*database_), *settings_, *pools_, *sets_,
-                             options_.configuration, options_.signatures});
-    object_ = std::make_unique<BusObject>(
-        BusObject::Rooms{*authority_, *passwords_, *scans_, *reports_, *quarantine_, *pools_,
-                         *housekeeper_, *settings_, *updates_, [this] { return signatures(); }});
+    openUpdates();
+    if (const ExitCode code = openSchedules(); code != Done)
+        return code;
+    openGuards();
+    object_ = std::make_unique<BusObject>(BusObject::Rooms{
+        *authority_, *passwords_, *scans_, *reports_, *quarantine_, *pools_, *housekeeper_,
+        *settings_, *schedules_, *guards_, *updates_, [this] { return signatures(); }});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
+    new SchedulesAdaptor(object_.get());
     new ReportsAdaptor(object_.get());
     new QuarantineAdaptor(object_.get());
     new SettingsAdaptor(object_.get());
@@ -208,6 +188,7 @@ ExitCode Service::publish()
     new PasswordAdaptor(object_.get());
     new NoticesAdaptor(object_.get());
     new UpdatesAdaptor(object_.get());
+    new FirewallAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;
@@ -221,6 +202,7 @@ ExitCode Service::publish()
     daily_.start(std::chrono::hours(24));
     keepHouse();
     updates_->begin();
+    schedules_->look();
     log(Level::Info, "version " TALO_VERSION " is ready");
     return Done;
 }

@@ -14,6 +14,10 @@ namespace talo::scan
 {
 class Quarantine;
 } // namespace talo::scan
+namespace talo::schedule
+{
+class Clock;
+}
 namespace talo::store
 {
 class Database;
@@ -30,9 +34,11 @@ namespace talo::service
 
 class Authority;
 class BusObject;
+class GuardService;
 class Housekeeper;
 class PasswordService;
 class ScanService;
+class ScheduleService;
 class SettingsService;
 class SignaturePools;
 class TrustedCallers;
@@ -44,6 +50,9 @@ struct Options {
     std::string signatures; // empty: the best there is
     std::string worker;
     std::string configuration;
+    std::string scheduleClock; // of a trial; empty: the system's
+    std::string powerSupplies;
+    bool guardsMachine = false; // enforces firewall and USB settings
 };
 
 // Exit codes of the program.
@@ -70,8 +79,11 @@ private:
     ExitCode openBus();
     ExitCode openStore();
     void openSignatures();
+    void openUpdates();
     SignatureSet signatures() const;
     void openPasswords();
+    ExitCode openSchedules();
+    void openGuards();
     ExitCode publish();
     void keepHouse();
 
@@ -86,6 +98,9 @@ private:
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
+    std::unique_ptr<GuardService> guards_;
+    std::unique_ptr<schedule::Clock> clock_;
+    std::unique_ptr<ScheduleService> schedules_;
     std::unique_ptr<TrustedCallers> trusted_;
     std::unique_ptr<Authority> authority_;
     std::unique_ptr<PasswordService> passwords_;

@@ -2,8 +2,7 @@
 #pragma once
 
 #include "interface/types.h"
-#include "service/configuration.h"
-#include "service/signatureset.h"
+#include "service/updateconfiguration.h"
 #include "store/settingstable.h"
 #include "store/updatestore.h"
 #include "update/signaturesets.h"

@@ -35,7 +35,13 @@ int main(int argc, char *argv[])
         QApplication::setFont(font);
     }
 
-    TaloAntivirus_Linux_App window(nullptr);
-    window.show();
-    return QApplication::exec();
+    int code = 0;
+    {
+        TaloAntivirus_Linux_App window(nullptr);
+        window.show();
+        code = QApplication::exec();
+    }
+    // A search or an update may still be running on a thread of its own. Closing the panel is how
+    // it is cancelled, and nothing that it uses may be taken apart before it.
+    std::_Exit(code);
 }

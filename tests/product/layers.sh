@@ -13,13 +13,15 @@ declare -A allowed=(
     [engine/interface]='interface/'
     [engine/files]='files/'
     [engine/store]='store/'
+    [engine/schedule]='schedule/'
     [engine/scan]='scan/ files/'
     [engine/worker]='worker/ scan/workerprotocol.h'
     [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
         scan/disinfectprotocol.h'
     [engine/update]='update/ files/'
     [engine/client]='client/ engine/ interface/ files/'
-    [engine/service]='service/ interface/ files/ store/ scan/ update/'
+    [engine/guard]='guard/ files/'
+    [engine/service]='service/ interface/ files/ guard/ scan/ schedule/ store/ update/'
     [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h'
 )
 
@@ -54,8 +56,8 @@ if grep -rlE '#include <Q(Application|Widget|MainWindow|Dialog|MessageBox)' engi
     echo "only engine/programs may use widgets"
     wrong=1
 fi
-if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/update engine/worker \
-    engine/disinfect; then
+if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/guard engine/store engine/schedule \
+    engine/scan engine/update engine/worker engine/disinfect; then
     echo "these rooms do without Qt"
     wrong=1
 fi

@@ -18,6 +18,8 @@ int updateCommand(const Words &words);
 
 // The parts of `talo update`, given the words after their names.
 int updateSignatures(const Words &words);
+int shredCommand(const Words &words);
+int duplicatesCommand(const Words &words);
 
 // What every command answers where it was not understood: says so and returns the exit code.
 int usageError(const char *problem);

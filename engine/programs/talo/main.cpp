@@ -28,6 +28,9 @@ constexpr char kUsage[] =
     "  quarantine restore ID       put it back where it was\n"
     "  quarantine purge ID         destroy it for good\n"
     "  update signatures [--check] fetch new signatures, or tell how the last updates went\n"
+    "  shred [--yes] [--passes=N] FILE...\n"
+    "                              destroy files beyond recovery; --yes asks no questions\n"
+    "  duplicates FOLDER           files with equal content, the largest gain first\n"
     "  help, --version\n"
     "\n"
     "Exit status of a scan: 0 no threats, 1 threats found, 2 it failed or was stopped.\n"
@@ -39,12 +42,14 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 5> kCommands{{
+constexpr std::array<Command, 8> kCommands{{
     {"status", statusCommand},
     {"scan", scanCommand},
     {"report", reportCommand},
     {"quarantine", quarantineCommand},
     {"update", updateCommand},
+    {"shred", shredCommand},
+    {"duplicates", duplicatesCommand},
 }};
 
 int print(const char *text)

@@ -1,4 +1,4 @@
-#include "service/configuration.h"
+#include "service/updateconfiguration.h"
 
 #include "engine/store/temporaryfolder.h"
 
@@ -44,8 +44,9 @@ TEST_F(UpdateConfiguration, IsTheOfficialOneWhereThereIsNoFileOrNoGroup)
 
 TEST_F(UpdateConfiguration, IsRead)
 {
-    const auto settings = read("[Update]\nOfficial = no\nDatabase = https://a.example.org/a.ndb\n"
-                               "Database = https://a.example.org/b.hdb\nMirror = m.example.org\n"
+    const auto settings = read("[Update]\nOfficial = no\n"
+                               "Database = https://a.example.org/a.ndb  "
+                               "https://b.example.org/b.hdb\nMirror = m.example.org\n"
                                "PrivateMirror = p.example.org\nProxy = http://proxy:3128\n"
                                "ProxyUser = u\nProxyPassword = p\nUser = clamav\nTimeout = 7\n"
                                "WorkFolder = /srv/tmp\nFreshclam = /opt/freshclam\n"

@@ -81,7 +81,7 @@ TEST(Database, WritesAheadWithFullFlushesAndForeignKeys)
     EXPECT_EQ(pragma("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(pragma("PRAGMA synchronous"), "2");
     EXPECT_EQ(pragma("PRAGMA foreign_keys"), "1");
-    EXPECT_EQ(pragma("PRAGMA user_version"), "4");
+    EXPECT_EQ(pragma("PRAGMA user_version"), "5");
 }
 
 TEST(Database, ClosesAFolderThatOthersMayRead)
