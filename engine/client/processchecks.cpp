@@ -58,6 +58,16 @@ int checkProgramUpdate()
                                                                                  : kMayStart;
 }
 
+int checkSignatureUpdate()
+{
+    using namespace talo;
+    const QDBusReply<QVariantMap> state =
+        client::Bus::instance().call(interface::kUpdates, "UpdateState");
+    return state.isValid() && state.value().value(QStringLiteral("signaturesRunning")).toBool()
+               ? kRuns
+               : kMayStart;
+}
+
 } // namespace
 
 int IsProcessRunning(char const *kind)
@@ -67,8 +77,12 @@ int IsProcessRunning(char const *kind)
 
 int IsProductUpdateRunning(char const *kind)
 {
-    const bool program = kind != nullptr && std::string(kind) == "TaloAntivirus_P";
-    return program ? talo::client::guarded(kMayStart, checkProgramUpdate) : kMayStart;
+    const std::string asked = kind == nullptr ? "" : kind;
+    if (asked == "TaloAntivirus_S")
+        return talo::client::guarded(kMayStart, checkSignatureUpdate);
+    if (asked == "TaloAntivirus_P")
+        return talo::client::guarded(kMayStart, checkProgramUpdate);
+    return kMayStart;
 }
 
 int IsInternetAvailable()

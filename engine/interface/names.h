@@ -17,6 +17,7 @@ inline constexpr char kFirewall[] = "org.taloantivirus.Engine1.Firewall";
 inline constexpr char kNotices[] = "org.taloantivirus.Engine1.Notices";
 inline constexpr char kProductUpdate[] = "org.taloantivirus.Engine1.ProductUpdate";
 inline constexpr char kExclusions[] = "org.taloantivirus.Engine1.Exclusions";
+inline constexpr char kUpdates[] = "org.taloantivirus.Engine1.Updates";
 inline constexpr char kSchedules[] = "org.taloantivirus.Engine1.Schedules";
 
 // Errors that methods answer with; anything else comes from the bus itself.
@@ -26,6 +27,7 @@ inline constexpr char kErrorLimit[] = "org.taloantivirus.Error.LimitReached";
 inline constexpr char kErrorNotFound[] = "org.taloantivirus.Error.NotFound";
 inline constexpr char kErrorNotPermitted[] = "org.taloantivirus.Error.NotPermitted";
 inline constexpr char kErrorPasswordNeeded[] = "org.taloantivirus.Error.PasswordNeeded";
+inline constexpr char kErrorNoSource[] = "org.taloantivirus.Error.NoSource";
 inline constexpr char kErrorFailed[] = "org.taloantivirus.Error.Failed";
 
 // Kinds of scan, as the scan programs' second argument has them.
@@ -58,5 +60,24 @@ enum ProgramUpdateState : unsigned {
     ProgramFailed = 10,
     ProgramNoSource = 11,
 };
+
+// Where an update stands; the numbers are those of the panel's operations.
+enum UpdateStatus : unsigned {
+    UpdatePreparing = 0,
+    UpdateDownloading = 1,
+    UpdateDone = 2,
+    UpdateStopped = 3,
+    UpdateFailed = 4,
+    UpdateChecking = 5,
+    UpdateInstalling = 6,
+    UpdateLatest = 7,
+    UpdateUnreachable = 8,
+};
+
+constexpr bool isFinalUpdate(unsigned status)
+{
+    return status == UpdateDone || status == UpdateStopped || status == UpdateFailed ||
+           status == UpdateLatest || status == UpdateUnreachable;
+}
 
 } // namespace talo::interface

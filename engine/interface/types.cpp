@@ -17,6 +17,7 @@ void registerTypes()
     qDBusRegisterMetaType<ReportList>();
     qDBusRegisterMetaType<QuarantineEntry>();
     qDBusRegisterMetaType<QuarantineList>();
+    qDBusRegisterMetaType<UpdateProgress>();
     qDBusRegisterMetaType<SettingMap>();
     qDBusRegisterMetaType<ScheduleEntry>();
     qDBusRegisterMetaType<ScheduleList>();
@@ -114,11 +115,29 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &
     return argument;
 }
 
+QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value)
+{
+    argument.beginStructure();
+    argument << value.status << value.total << value.remaining << value.percentage << value.speed
+             << value.detail;
+    argument.endStructure();
+    return argument;
+}
+
 QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value)
 {
     argument.beginStructure();
     argument << value.name << value.type << value.weekday << value.hour << value.minute
              << value.next << value.waits;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value)
+{
+    argument.beginStructure();
+    argument >> value.status >> value.total >> value.remaining >> value.percentage >> value.speed >>
+        value.detail;
     argument.endStructure();
     return argument;
 }

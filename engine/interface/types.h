@@ -58,6 +58,14 @@ struct QuarantineEntry {
 };
 using QuarantineList = QList<QuarantineEntry>;
 
+struct UpdateProgress {
+    uint status = 0;         // UpdateStatus
+    qlonglong total = 0;     // kilobytes, rounded up
+    qlonglong remaining = 0; // kilobytes, rounded up
+    double percentage = 0;   // of the whole run, 0 to 100
+    int speed = 0;           // kilobytes a second
+    QString detail;          // with a final status: why, in words
+};
 struct ScheduleEntry {
     QString name;
     int type = 0;    // 1 full scan, 3 quick scan
@@ -83,6 +91,8 @@ QDBusArgument &operator<<(QDBusArgument &argument, const RunningJob &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, RunningJob &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const ReportEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, ReportEntry &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const QuarantineEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value);
@@ -95,4 +105,5 @@ Q_DECLARE_METATYPE(talo::interface::ScanProgress)
 Q_DECLARE_METATYPE(talo::interface::RunningJob)
 Q_DECLARE_METATYPE(talo::interface::ReportEntry)
 Q_DECLARE_METATYPE(talo::interface::QuarantineEntry)
+Q_DECLARE_METATYPE(talo::interface::UpdateProgress)
 Q_DECLARE_METATYPE(talo::interface::ScheduleEntry)

@@ -71,6 +71,9 @@ constexpr std::array<Rule, static_cast<std::size_t>(Action::kEnd)> kRules{{
     {Action::ResetPassword, "have a new settings password mailed",
      "org.taloantivirus.reset-password", Guard::None},
     {Action::UpdateProgram, "update the program", "org.taloantivirus.update-program", Guard::None},
+    {Action::ReadUpdates, "ask about updates", nullptr, Guard::None},
+    {Action::UpdateSignatures, "update the signatures", "org.taloantivirus.update-signatures",
+     Guard::None},
 }};
 
 constexpr bool inOrder()

@@ -46,7 +46,9 @@ enum class Action {
     ChangeProtection,
     ResetPassword,
     UpdateProgram, // ask for a release too, and stop
-    kEnd,          // stays the last
+    ReadUpdates,      // watching one too
+    UpdateSignatures, // starting and stopping
+    kEnd,             // stays the last
 };
 
 // Why a caller may not; without a reason it may.

@@ -2,7 +2,6 @@
 
 #include "interface/names.h"
 #include "scan/quarantine.h"
-#include "scan/workerpool.h"
 #include "service/guardservice.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
@@ -142,7 +141,8 @@ QVariantMap BusObject::GetStatus()
         {QStringLiteral("signatureFolder"), QString::fromStdString(shown(set.folder))},
         {QStringLiteral("signatureVersion"), QString::fromStdString(set.version)},
         {QStringLiteral("signatureTime"), static_cast<qlonglong>(set.time)},
-        {QStringLiteral("signatureCount"), static_cast<uint>(rooms_.pool.signatures().count)},
+        {QStringLiteral("signatureUpdated"), static_cast<qlonglong>(set.updated)},
+        {QStringLiteral("signatureCount"), rooms_.pools.signatures()},
         {QStringLiteral("jobs"), static_cast<uint>(rooms_.scans.running().size())},
     };
     const QVariantMap enforced = rooms_.guards.status();

@@ -22,7 +22,6 @@
 namespace talo::scan
 {
 class Quarantine;
-class WorkerPool;
 } // namespace talo::scan
 namespace talo::store
 {
@@ -37,6 +36,7 @@ class PasswordService;
 class ProductUpdateService;
 class ScheduleService;
 class SettingsService;
+class UpdateService;
 
 class BusObject : public QObject, protected QDBusContext
 {
@@ -49,12 +49,13 @@ public:
         ScanService &scans;
         store::ReportStore &reports;
         scan::Quarantine &quarantine;
-        scan::WorkerPool &pool;
+        SignaturePools &pools;
         Housekeeper &housekeeper;
         SettingsService &settings;
         ScheduleService &schedules;
         GuardService &guards;
         ProductUpdateService &program;
+        UpdateService &updates;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -120,6 +121,12 @@ public:
     void UpdateProgram();
     bool StopProgramUpdate();
     QVariantMap ProgramUpdateProgress();
+    // Updates
+    QVariantMap UpdateState();
+    uint PrepareSignatureUpdate();
+    void StartSignatureUpdate(uint handle);
+    void StopSignatureUpdate(uint handle);
+    interface::UpdateProgress SignatureUpdateProgress(uint handle);
 
 signals:
     // Notices
@@ -144,6 +151,7 @@ private:
     void announce(const ScanService::Ending &ending);
     void beginProgramUpdate(update::ProductUpdate::Want want);
     void control(uint job, bool (ScanService::*what)(uint));
+    void controlUpdate(uint handle, bool (UpdateService::*what)(uint));
 
     Rooms rooms_;
 };

@@ -100,7 +100,7 @@ std::string defaultConfigurationFile()
 
 std::string updatedSignatures(const std::string &stateFolder)
 {
-    return stateFolder + "/signatures/current";
+    return stateFolder + "/signatures";
 }
 
 std::string systemSignatures()

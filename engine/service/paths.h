@@ -22,7 +22,7 @@ std::string builtInSignatures();
 // What the administrator has set, for every instance of the service on this machine.
 std::string defaultConfigurationFile();
 
-// Where an update of the signatures puts the set to use.
+// Where updates keep the signatures that they have brought.
 std::string updatedSignatures(const std::string &stateFolder);
 
 // The distribution's ClamAV databases.

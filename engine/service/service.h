@@ -15,7 +15,6 @@
 namespace talo::scan
 {
 class Quarantine;
-class WorkerPool;
 } // namespace talo::scan
 namespace talo::schedule
 {
@@ -27,6 +26,10 @@ class Database;
 class PasswordStore;
 class ReportStore;
 } // namespace talo::store
+namespace talo::update
+{
+class SignatureSets;
+}
 
 namespace talo::service
 {
@@ -40,7 +43,9 @@ class ProductUpdateService;
 class ScanService;
 class ScheduleService;
 class SettingsService;
+class SignaturePools;
 class TrustedCallers;
+class UpdateService;
 
 struct Options {
     QString bus; // "system", "session" or an address
@@ -77,6 +82,9 @@ private slots:
 private:
     ExitCode openBus();
     ExitCode openStore();
+    void openSignatures();
+    void openUpdates();
+    SignatureSet signatures() const;
     void openPasswords();
     ExitCode openSchedules();
     void openGuards();
@@ -89,7 +97,8 @@ private:
     std::unique_ptr<store::ReportStore> reports_;
     std::unique_ptr<store::PasswordStore> passwordStore_;
     std::unique_ptr<scan::Quarantine> quarantine_;
-    std::unique_ptr<scan::WorkerPool> pool_;
+    std::unique_ptr<update::SignatureSets> sets_;
+    std::unique_ptr<SignaturePools> pools_;
     std::unique_ptr<Housekeeper> housekeeper_;
     std::unique_ptr<SettingsService> settings_;
     std::unique_ptr<ScanService> scans_;
@@ -100,6 +109,7 @@ private:
     std::unique_ptr<Authority> authority_;
     std::unique_ptr<PasswordService> passwords_;
     std::unique_ptr<ProductUpdateService> program_;
+    std::unique_ptr<UpdateService> updates_;
     std::unique_ptr<BusObject> object_;
     QTimer daily_;
 };

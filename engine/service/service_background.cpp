@@ -2,13 +2,50 @@
 #include "schedule/clock.h"
 #include "service/guardservice.h"
 #include "service/log.h"
+#include "service/paths.h"
 #include "service/scanservice.h"
 #include "service/scheduleservice.h"
 #include "service/service.h"
 #include "service/settingsservice.h"
+#include "service/signaturepools.h"
+#include "service/updateservice.h"
+#include "update/signaturesets.h"
 
 namespace talo::service
 {
+
+void Service::openSignatures()
+{
+    sets_ = std::make_unique<update::SignatureSets>(
+        updatedSignatures(options_.state),
+        [this](const std::string &set) { return pools_ && pools_->uses(set); });
+    std::string notice;
+    const std::string failure = sets_->open(notice);
+    if (!failure.empty())
+        log(Level::Error, failure);
+    if (!notice.empty())
+        log(Level::Warning, notice);
+    scan::PoolConfig config;
+    config.workerProgram = options_.worker;
+    pools_ = std::make_unique<SignaturePools>(
+        config, [this] { return signatures(); },
+        [this](const SignatureSet &bad, const std::string &reason) {
+            if (bad.folder != sets_->current())
+                return false;
+            const std::string failed = sets_->fallBack();
+            log(Level::Warning,
+                "the updated signatures cannot be loaded: " + reason +
+                    (failed.empty() ? "; the set before them is used again" : "; " + failed));
+            return failed.empty();
+        });
+}
+
+void Service::openUpdates()
+{
+    updates_ = std::make_unique<UpdateService>(
+        UpdateService::Rooms{store::UpdateStore(*database_), *settings_, *pools_, *sets_,
+                             options_.configuration, options_.signatures});
+}
 
 ExitCode Service::openSchedules()
 {

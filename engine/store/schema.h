@@ -82,6 +82,18 @@ inline constexpr const char *kMigrations[] = {
         UNIQUE (type, frequency, weekday, hour, minute)
     );
     )sql",
+    // 5: what is remembered of updates, a row for each kind of which there was one
+    R"sql(
+    CREATE TABLE update_run (
+        kind INTEGER PRIMARY KEY,
+        attempted INTEGER NOT NULL,
+        succeeded INTEGER NOT NULL,
+        status INTEGER NOT NULL,
+        detail TEXT NOT NULL,
+        failures INTEGER NOT NULL,
+        not_before INTEGER NOT NULL
+    );
+    )sql",
 };
 
 } // namespace talo::store

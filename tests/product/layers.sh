@@ -19,6 +19,7 @@ declare -A allowed=(
     [engine/worker]='worker/ scan/workerprotocol.h scan/priority.h'
     [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
         scan/disinfectprotocol.h'
+    [engine/update]='update/ files/'
     [engine/client]='client/ engine/ interface/ files/'
     [engine/guard]='guard/ files/'
     [engine/service]='service/ interface/ files/ guard/ scan/ schedule/ store/ update/'

@@ -21,6 +21,7 @@ int updateCommand(const Words &words);
 
 // The parts of `talo update`, given the words after their names.
 int updateProgram(const Words &words);
+int updateSignatures(const Words &words);
 
 // What every command answers where it was not understood: says so and returns the exit code.
 int usageError(const char *problem);

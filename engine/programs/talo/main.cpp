@@ -28,6 +28,7 @@ constexpr char kUsage[] =
     "  quarantine purge ID         destroy it for good\n"
     "  schedule list | add NAME ... | remove NAME | next\n"
     "                              scans at set times; \"talo schedule --help\" tells more\n"
+    "  update signatures [--check] fetch new signatures, or tell how the last updates went\n"
     "  shred [--yes] [--passes=N] FILE...\n"
     "                              destroy files beyond recovery; --yes asks no questions\n"
     "  duplicates FOLDER           files with equal content, the largest gain first\n"

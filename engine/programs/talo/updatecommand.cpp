@@ -1,4 +1,4 @@
-// talo update: brings the program up to date.
+// talo update: brings signatures and program up to date.
 #include "programs/talo/commands.h"
 
 namespace talo::programs
@@ -7,9 +7,11 @@ namespace talo::programs
 int updateCommand(const Words &words)
 {
     const Words rest = words.mid(1);
+    if (words.value(0) == "signatures")
+        return updateSignatures(rest);
     if (words.value(0) == "program")
         return updateProgram(rest);
-    return usageError("\"talo update\" takes program.");
+    return usageError("\"talo update\" takes signatures or program.");
 }
 
 } // namespace talo::programs

@@ -86,13 +86,30 @@ const QStringList kOpen{
     "ProductUpdate.UpdateProgram",
     "ProductUpdate.StopProgramUpdate",
     "ProductUpdate.ProgramUpdateProgress",
+    "Updates.UpdateState",
+    "Updates.SignatureUpdateProgress",
+    "Updates.PrepareSignatureUpdate",
+    "Updates.StartSignatureUpdate",
+    "Updates.StopSignatureUpdate",
 };
 
 // Those of them that do something, if nothing that the password guards. The rest only reads.
 const QStringList kActing{
-    "Scan.Start",        "Scan.Pause",         "Scan.Resume",      "Scan.Stop",
-    "Reports.Delete",    "Quarantine.Restore", "Quarantine.Purge", "Settings.NotifyChange",
-    "Password.Validate", "Password.Create",    "Password.Change",  "Password.Reset",
+    "Scan.Start",
+    "Scan.Pause",
+    "Scan.Resume",
+    "Scan.Stop",
+    "Reports.Delete",
+    "Quarantine.Restore",
+    "Quarantine.Purge",
+    "Settings.NotifyChange",
+    "Password.Validate",
+    "Password.Create",
+    "Password.Change",
+    "Password.Reset",
+    "Updates.PrepareSignatureUpdate",
+    "Updates.StartSignatureUpdate",
+    "Updates.StopSignatureUpdate",
 };
 
 struct Described {
