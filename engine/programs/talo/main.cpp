@@ -6,7 +6,6 @@
 
 #include <QCoreApplication>
 
-
 namespace talo::programs
 {
 
@@ -45,12 +44,8 @@ struct Command {
 };
 
 constexpr Command kCommands[] = {
-    {"status", statusCommand},
-    {"scan", scanCommand},
-    {"report", reportCommand},
-    {"quarantine", quarantineCommand},
-    {"schedule", scheduleCommand},
-    {"shred", shredCommand},
+    {"status", statusCommand},         {"scan", scanCommand},         {"report", reportCommand},
+    {"quarantine", quarantineCommand}, {"schedule", scheduleCommand}, {"shred", shredCommand},
     {"duplicates", duplicatesCommand},
     {"update", updateCommand},
 };
