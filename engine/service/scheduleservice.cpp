@@ -162,7 +162,7 @@ std::string ScheduleService::begin(const store::StoredSchedule &schedule, const 
         return "the computer runs on its battery";
     const auto held = rooms_.database.lock();
     store::Transaction change(rooms_.database);
-    const std::string failure =
+    std::string failure =
         change.begun() ? store_.settle(schedule.id, now()) : "the store cannot be written";
     if (!failure.empty())
         return failure;
