@@ -317,14 +317,20 @@ bool SignatureUpdate::download(Run &run)
 namespace
 {
 
+std::string inside(const std::string &folder, const std::string &file)
+{
+    std::string path = folder;
+    return path.append("/").append(file);
+}
+
 // Empty, or in which way the databases are not what may follow those of the base.
 std::string faultOfFiles(const std::string &folder, const std::vector<std::string> &files,
                          const SignatureSource &source, const std::string &base)
 {
     for (const std::string &file : files) {
-        if (isOfficial(file) && officialVersion(folder + "/" + file) == 0)
+        if (isOfficial(file) && officialVersion(inside(folder, file)) == 0)
             return file + " has no version";
-        if (hasLines(file) && endsWithin(folder + "/" + file))
+        if (hasLines(file) && endsWithin(inside(folder, file)))
             return file + " is cut off";
     }
     if (base.empty())
@@ -337,7 +343,7 @@ std::string faultOfFiles(const std::string &folder, const std::vector<std::strin
         });
         if (now == files.end())
             return old + " is gone";
-        if (officialVersion(folder + "/" + *now) < officialVersion(base + "/" + old))
+        if (officialVersion(inside(folder, *now)) < officialVersion(inside(base, old)))
             return *now + " is older than the one in use";
     }
     return std::string();
