@@ -22,6 +22,12 @@ namespace
 // A tree of devices is shallow; a loop in one could only come from a faulty driver.
 constexpr int kDeepest = 16;
 
+std::string below(std::string folder, const std::string &name)
+{
+    folder += '/';
+    return folder += name;
+}
+
 bool isFolder(const std::string &path)
 {
     struct stat status {
@@ -35,8 +41,9 @@ void addBuiltOn(const std::string &root, const std::string &folder, std::vector<
     if (depth > kDeepest || std::find(found.begin(), found.end(), folder) != found.end())
         return;
     found.push_back(folder);
+    const std::string all = root + "/class/block/";
     for (const std::string &holder : entries(folder + "/holders"))
-        addBuiltOn(root, root + "/class/block/" + holder, found, depth + 1);
+        addBuiltOn(root, all + holder, found, depth + 1);
 }
 
 void addBelow(const std::string &root, const std::string &folder, std::vector<std::string> &found,
@@ -45,7 +52,7 @@ void addBelow(const std::string &root, const std::string &folder, std::vector<st
     if (depth > kDeepest)
         return;
     for (const std::string &name : entries(folder)) {
-        const std::string path = folder + "/" + name;
+        const std::string path = below(folder, name);
         if (!isFolder(path))
             continue;
         if (name != "block") {
@@ -53,10 +60,11 @@ void addBelow(const std::string &root, const std::string &folder, std::vector<st
             continue;
         }
         for (const std::string &disk : entries(path)) {
-            addBuiltOn(root, path + "/" + disk, found, 0);
-            for (const std::string &part : entries(path + "/" + disk))
-                if (number(path + "/" + disk + "/" + part))
-                    addBuiltOn(root, path + "/" + disk + "/" + part, found, 0);
+            const std::string whole = below(path, disk);
+            addBuiltOn(root, whole, found, 0);
+            for (const std::string &entry : entries(whole))
+                if (const std::string part = below(whole, entry); number(part))
+                    addBuiltOn(root, part, found, 0);
         }
     }
 }
