@@ -1,7 +1,7 @@
 #include "files/shredtarget.h"
 
 #include "files/identity.h"
-#include "files/ownfolders.h"
+#include "files/protectedplaces.h"
 #include "files/safeopen.h"
 
 #include <cerrno>
@@ -164,11 +164,12 @@ Refusal openTarget(const std::string &path, const std::vector<std::string> &ownF
                    ShredTarget &target)
 {
     const auto own = [] { return refuse(ShredFault::OwnFile, "it belongs to this product"); };
-    if (namesBelow(path, ownFolders))
+    const ProtectedPlaces places(ownFolders);
+    if (places.coverByName(path))
         return own();
     if (auto fault = openPlace(path, target))
         return fault;
-    if (liesBelow(target.place.get(), ownFolders))
+    if (places.cover(target.place.get()))
         return own();
     if (auto fault = lookAt(target))
         return fault;

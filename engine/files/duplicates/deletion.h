@@ -11,8 +11,8 @@
 // search finds it.
 #pragma once
 
-#include "files/duplicates/protectedplaces.h"
 #include "files/identity.h"
+#include "files/protectedplaces.h"
 #include "files/result.h"
 
 #include <cstdint>

@@ -46,8 +46,7 @@ struct Command {
 constexpr Command kCommands[] = {
     {"status", statusCommand},         {"scan", scanCommand},         {"report", reportCommand},
     {"quarantine", quarantineCommand}, {"schedule", scheduleCommand}, {"shred", shredCommand},
-    {"duplicates", duplicatesCommand},
-    {"update", updateCommand},
+    {"duplicates", duplicatesCommand}, {"update", updateCommand},
 };
 
 int print(const char *text)

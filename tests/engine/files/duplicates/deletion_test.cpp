@@ -171,6 +171,23 @@ TEST_F(DuplicateDeletion, refusesProtectedPlacesHoweverTheyAreReached)
     EXPECT_EQ(deleteB(places), "deleted");
 }
 
+TEST_F(DuplicateDeletion, refusesAPartOfAProtectedPlaceThatIsMountedElsewhere)
+{
+    if (!isRoot())
+        GTEST_SKIP() << "needs root, to mount";
+    std::filesystem::create_directories(folder_ / "product/deep");
+    std::filesystem::create_directories(folder_ / "elsewhere");
+    writeFile(folder_ / "product/deep/x", "same");
+    EXPECT_EQ(withOwnMounts([&]() -> std::string {
+                  if (mount((folder_ / "product/deep").c_str(), (folder_ / "elsewhere").c_str(),
+                            nullptr, MS_BIND, nullptr) != 0)
+                      return "cannot mount";
+                  return fateOf(member("a", Wish::Keep), member("elsewhere/x", Wish::Delete),
+                                ProtectedPlaces({folder_ / "product"}));
+              }),
+              "it belongs to this product");
+}
+
 TEST_F(DuplicateDeletion, refusesFilesOfOtherUsers)
 {
     if (!isRoot())
