@@ -45,7 +45,7 @@ enum class Action {
     ChangePassword,
     ChangeProtection,
     ResetPassword,
-    UpdateProgram, // ask for a release too, and stop
+    UpdateProgram,    // ask for a release too, and stop
     ReadUpdates,      // watching one too
     UpdateSignatures, // starting and stopping
     kEnd,             // stays the last

@@ -202,8 +202,8 @@ void ScanService::begin(uint job, const std::vector<std::string> &roots)
     if (entry->origin != Origin::User)
         settings.priority = scan::Priority::Background;
     entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings,
-                                             JobWorkers::source(entry->workers, settings.priority), rooms_.quarantine,
-                                             std::move(entry->recorder));
+                                             JobWorkers::source(entry->workers, settings.priority),
+                                             rooms_.quarantine, std::move(entry->recorder));
     if (entry->pauseAsked)
         entry->job->pause();
     entry->job->start();

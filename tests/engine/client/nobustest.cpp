@@ -79,7 +79,7 @@ TEST_F(WithoutBus, ReportsCannotBeReached)
     libLastFullScanDetails::GetLastFullScanDetails(nullptr);
 }
 
-TEST_F(WithoutBus, UpdatesHaveNoSource)
+TEST_F(WithoutBus, UpdatesAreRefused)
 {
     char version[SignatureVersionSize] = "old";
     char date[UpdateDateSize] = "old";
@@ -89,7 +89,7 @@ TEST_F(WithoutBus, UpdatesHaveNoSource)
     EXPECT_STREQ(date, "");
     EXPECT_STREQ(time, "");
     int handle = 7;
-    EXPECT_EQ(initiate_sig_update(&handle), 2);
+    EXPECT_EQ(initiate_sig_update(&handle), 3);
     EXPECT_NE(start_sig_update(handle), 0);
     EXPECT_EQ(sig_update_stop(handle), 1);
     register_callback(nullptr);
