@@ -132,6 +132,9 @@ QBoxLayout *DuplicateFinder::createFolderRow()
     path_ = new QTextEdit(middle_);
     path_->setFixedSize(400, 30);
     path_->setEnabled(false);
+    path_->setLineWrapMode(QTextEdit::NoWrap);
+    path_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    path_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     path_->setAccessibleName(tr("Folder to search"));
 
     browse_ = talo::createTextButton(middle_, "", tr("BROWSE"));
@@ -147,6 +150,7 @@ QBoxLayout *DuplicateFinder::createFolderRow()
     row->addWidget(browse_);
     row->addSpacing(10);
     row->addWidget(start_);
+    row->setContentsMargins(0, 0, 20, 0); // in line with DELETE below
     return row;
 }
 
