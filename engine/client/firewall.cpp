@@ -1,7 +1,16 @@
 #include "engine/firewall.h"
 
-// No rules are put into the kernel yet, so a change of either kind is refused.
-int Firewall::TriggerFirewall([[maybe_unused]] int state)
+#include "client/boundary.h"
+#include "client/bus.h"
+#include "interface/names.h"
+
+int Firewall::TriggerFirewall(int state)
 {
-    return 1;
+    using namespace talo;
+    constexpr int kFailed = 1;
+    return client::guarded(kFailed, [state] {
+        const QDBusMessage answer =
+            client::Bus::instance().call(interface::kFirewall, "Trigger", {state});
+        return answer.type() == QDBusMessage::ReplyMessage ? 0 : kFailed;
+    });
 }

@@ -1,10 +1,42 @@
 #include "engine/libshred.h"
 
-// Shredding is not there yet: nothing is overwritten, and the answer is "not permitted".
-int libShred::shred([[maybe_unused]] char const *path, long long *progress)
+#include "client/boundary.h"
+#include "client/shredding.h"
+
+namespace
 {
-    constexpr int kNotPermitted = 3;
+
+// The counter is the caller's plain integer, which another of his threads may be reading.
+void tell(long long *progress, long long written)
+{
     if (progress != nullptr)
-        *progress = 0;
-    return kNotPermitted;
+        __atomic_store_n(progress, written, __ATOMIC_RELAXED);
+}
+
+int shredOne(const char *path, long long *progress)
+{
+    tell(progress, 0);
+    auto shredder = talo::client::configuredShredder();
+    talo::files::ShredResult result =
+        shredder.shred(path, [progress](long long written, long long) { tell(progress, written); });
+    if (result.fault == talo::files::ShredFault::None)
+        for (std::string &doubt : shredder.finish())
+            result.doubts.push_back(std::move(doubt));
+    if (!result.text.empty())
+        talo::client::logShredding("A file was not shredded: " + result.text + ".");
+    else
+        for (const std::string &doubt : result.doubts)
+            talo::client::logShredding("A file was shredded. " + doubt);
+    return static_cast<int>(result.fault);
+}
+
+} // namespace
+
+int libShred::shred(char const *path, long long *progress)
+{
+    constexpr int kNotFound = 1;
+    constexpr int kFailed = 5;
+    if (path == nullptr)
+        return kNotFound;
+    return talo::client::guarded(kFailed, [&] { return shredOne(path, progress); });
 }

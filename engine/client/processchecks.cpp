@@ -45,6 +45,29 @@ int checkScan(const char *program)
     return kMayStart;
 }
 
+// Also when the service is not reached one may be started: the started program explains the fault.
+int checkProgramUpdate()
+{
+    using namespace talo;
+    const QDBusReply<QVariantMap> progress =
+        client::Bus::instance().call(interface::kProductUpdate, "ProgramUpdateProgress");
+    if (!progress.isValid())
+        return kMayStart;
+    const uint state = progress.value().value(QStringLiteral("state")).toUInt();
+    return state > interface::ProgramIdle && state < interface::ProgramAvailable ? kRuns
+                                                                                 : kMayStart;
+}
+
+int checkSignatureUpdate()
+{
+    using namespace talo;
+    const QDBusReply<QVariantMap> state =
+        client::Bus::instance().call(interface::kUpdates, "UpdateState");
+    return state.isValid() && state.value().value(QStringLiteral("signaturesRunning")).toBool()
+               ? kRuns
+               : kMayStart;
+}
+
 } // namespace
 
 int IsProcessRunning(char const *kind)
@@ -52,10 +75,14 @@ int IsProcessRunning(char const *kind)
     return talo::client::guarded(kMayStart, [&] { return checkScan(kind); });
 }
 
-// No part of the product updates itself yet, so no update can be running.
-int IsProductUpdateRunning([[maybe_unused]] char const *kind)
+int IsProductUpdateRunning(char const *kind)
 {
-    return 1;
+    const std::string asked = kind == nullptr ? "" : kind;
+    if (asked == "TaloAntivirus_S")
+        return talo::client::guarded(kMayStart, checkSignatureUpdate);
+    if (asked == "TaloAntivirus_P")
+        return talo::client::guarded(kMayStart, checkProgramUpdate);
+    return kMayStart;
 }
 
 int IsInternetAvailable()

@@ -2,6 +2,7 @@
 
 #include "client/boundary.h"
 #include "client/bus.h"
+#include "client/updaterun.h"
 #include "interface/names.h"
 
 #include <QDBusReply>
@@ -36,7 +37,7 @@ int describeSignatures(char *version, char *date, char *time)
     const QVariantMap values = status.value();
     client::copyText(version, SignatureVersionSize,
                      values.value(QStringLiteral("signatureVersion")).toString().toStdString());
-    writeMoment(values.value(QStringLiteral("signatureTime")).toLongLong(), date, time);
+    writeMoment(values.value(QStringLiteral("signatureUpdated")).toLongLong(), date, time);
     return 0;
 }
 
@@ -64,23 +65,30 @@ void GetProductUpdateInfo(char *version, char *date, char *time)
         writeMoment(status.st_mtime, date, time);
 }
 
-// Updates have no source yet: no run can be prepared, so none reports and none can be stopped.
-void register_callback(void (*)(long long, long long, float, int, int)) {}
+void register_callback(void (*callback)(long long, long long, float, int, int))
+{
+    client::reportUpdatesTo(callback);
+}
 
 int initiate_sig_update(int *handle)
 {
-    constexpr int kNoSource = 2;
     if (handle != nullptr)
         *handle = 0;
-    return kNoSource;
+    return client::guarded<int>(client::kRefused, [&] {
+        unsigned prepared = 0;
+        const int code = client::prepareUpdate(prepared);
+        if (handle != nullptr)
+            *handle = static_cast<int>(prepared);
+        return code;
+    });
 }
 
-int start_sig_update([[maybe_unused]] int handle)
+int start_sig_update(int handle)
 {
-    return 1;
+    return client::guarded(client::kNotReported, [&] { return client::runUpdate(handle); });
 }
 
-int sig_update_stop([[maybe_unused]] int handle)
+int sig_update_stop(int handle)
 {
-    return 1;
+    return client::guarded(1, [&] { return client::stopUpdate(handle); });
 }

@@ -75,20 +75,31 @@ bool giveName(int replacement, int folder, const std::string &name)
            linkat(AT_FDCWD, self.c_str(), folder, name.c_str(), AT_SYMLINK_FOLLOW) == 0;
 }
 
+std::optional<Error> noObjection()
+{
+    return std::nullopt;
+}
+
 // Decides about what was captured: unlinks it if it is `wanted`, else puts it back.
 std::optional<Error> settle(int capture, int folder, const std::string &name,
                             const Identity &wanted, const std::string &captureName,
-                            int replacement = kNothing)
+                            int replacement = kNothing, const LastWord &lastWord = noObjection)
 {
     struct stat captured = {};
     const bool known = fstatat(capture, kCaptured, &captured, AT_SYMLINK_NOFOLLOW) == 0;
+    const int failure = errno;
     const bool meant = known && identityOf(captured) == wanted;
-    if (meant && giveName(replacement, folder, name) && unlinkat(capture, kCaptured, 0) == 0)
+    const std::optional<Error> objection = meant ? lastWord() : std::nullopt;
+    if (meant && !objection && giveName(replacement, folder, name) &&
+        unlinkat(capture, kCaptured, 0) == 0)
         return std::nullopt;
-    const Error error =
-        known && !meant ? Error{ESTALE, "another file has its name now"} : systemError(errno);
-    if (const auto failure = putBack(capture, folder, name))
-        return keptError(*failure, captureName);
+    Error error = systemError(known ? errno : failure);
+    if (objection)
+        error = *objection;
+    else if (known && !meant)
+        error = Error{ESTALE, "another file has its name now"};
+    if (const auto notPutBack = putBack(capture, folder, name))
+        return keptError(*notPutBack, captureName);
     return error;
 }
 
@@ -98,7 +109,7 @@ namespace
 {
 
 std::optional<Error> exchange(int folder, const std::string &name, const Identity &wanted,
-                              const std::string &token, int replacement)
+                              const std::string &token, int replacement, const LastWord &lastWord)
 {
     const std::string captureName = captureFolderName(token);
     if (mkdirat(folder, captureName.c_str(), 0700) != 0)
@@ -112,7 +123,7 @@ std::optional<Error> exchange(int folder, const std::string &name, const Identit
     if (renameat2(folder, name.c_str(), capture->get(), kCaptured, RENAME_NOREPLACE) != 0)
         error = systemError(errno);
     else
-        error = settle(capture->get(), folder, name, wanted, captureName, replacement);
+        error = settle(capture->get(), folder, name, wanted, captureName, replacement, lastWord);
     // Stays, and is named in the error, if what was captured could not be put back.
     unlinkat(folder, captureName.c_str(), AT_REMOVEDIR);
     return error;
@@ -123,13 +134,19 @@ std::optional<Error> exchange(int folder, const std::string &name, const Identit
 std::optional<Error> removeExactly(int folder, const std::string &name, const Identity &wanted,
                                    const std::string &token)
 {
-    return exchange(folder, name, wanted, token, kNothing);
+    return exchange(folder, name, wanted, token, kNothing, noObjection);
+}
+
+std::optional<Error> removeExactlyIf(int folder, const std::string &name, const Identity &wanted,
+                                     const std::string &token, const LastWord &lastWord)
+{
+    return exchange(folder, name, wanted, token, kNothing, lastWord);
 }
 
 std::optional<Error> replaceExactly(int folder, const std::string &name, const Identity &wanted,
                                     const std::string &token, int replacement)
 {
-    return exchange(folder, name, wanted, token, replacement);
+    return exchange(folder, name, wanted, token, replacement, noObjection);
 }
 
 std::optional<Error> recoverCapture(int folder, const std::string &name, const Identity &wanted,

@@ -9,6 +9,7 @@
 #include "files/identity.h"
 #include "files/result.h"
 
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -20,9 +21,15 @@ namespace talo::files
 std::optional<Error> removeExactly(int folder, const std::string &name, const Identity &wanted,
                                    const std::string &token);
 
-// The same, and then gives `name` to `replacement`, an open file without a name on the same file
-// system. Where another file has taken the name meanwhile, nothing is replaced. A kill between the
-// two leaves what recoverCapture() makes a removal of.
+// The same, but only if `lastWord` has no objection. It is asked when the file is captured, so that
+// nothing but the removal comes after its answer.
+using LastWord = std::function<std::optional<Error>()>;
+std::optional<Error> removeExactlyIf(int folder, const std::string &name, const Identity &wanted,
+                                     const std::string &token, const LastWord &lastWord);
+
+// As removeExactly(), and then gives `name` to `replacement`, an open file without a name on the
+// same file system. Where another file has taken the name meanwhile, nothing is replaced. A kill
+// between the two leaves what recoverCapture() makes a removal of.
 std::optional<Error> replaceExactly(int folder, const std::string &name, const Identity &wanted,
                                     const std::string &token, int replacement);
 

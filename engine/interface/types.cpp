@@ -17,12 +17,16 @@ void registerTypes()
     qDBusRegisterMetaType<ReportList>();
     qDBusRegisterMetaType<QuarantineEntry>();
     qDBusRegisterMetaType<QuarantineList>();
+    qDBusRegisterMetaType<UpdateProgress>();
     qDBusRegisterMetaType<SettingMap>();
+    qDBusRegisterMetaType<ScheduleEntry>();
+    qDBusRegisterMetaType<ScheduleList>();
     // The service's stubs look for the lists under the names that the descriptions give them.
     qRegisterMetaType<RunningJobs>("talo::interface::RunningJobs");
     qRegisterMetaType<ReportList>("talo::interface::ReportList");
     qRegisterMetaType<QuarantineList>("talo::interface::QuarantineList");
     qRegisterMetaType<SettingMap>("talo::interface::SettingMap");
+    qRegisterMetaType<ScheduleList>("talo::interface::ScheduleList");
 }
 
 QDBusArgument &operator<<(QDBusArgument &argument, const ThreatFound &value)
@@ -107,6 +111,42 @@ const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &
 {
     argument.beginStructure();
     argument >> value.id >> value.time >> value.path >> value.threat >> value.size;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value)
+{
+    argument.beginStructure();
+    argument << value.status << value.total << value.remaining << value.percentage << value.speed
+             << value.detail;
+    argument.endStructure();
+    return argument;
+}
+
+QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value)
+{
+    argument.beginStructure();
+    argument << value.name << value.type << value.weekday << value.hour << value.minute
+             << value.next << value.waits;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value)
+{
+    argument.beginStructure();
+    argument >> value.status >> value.total >> value.remaining >> value.percentage >> value.speed >>
+        value.detail;
+    argument.endStructure();
+    return argument;
+}
+
+const QDBusArgument &operator>>(const QDBusArgument &argument, ScheduleEntry &value)
+{
+    argument.beginStructure();
+    argument >> value.name >> value.type >> value.weekday >> value.hour >> value.minute >>
+        value.next >> value.waits;
     argument.endStructure();
     return argument;
 }

@@ -58,6 +58,25 @@ struct QuarantineEntry {
 };
 using QuarantineList = QList<QuarantineEntry>;
 
+struct UpdateProgress {
+    uint status = 0;         // UpdateStatus
+    qlonglong total = 0;     // kilobytes, rounded up
+    qlonglong remaining = 0; // kilobytes, rounded up
+    double percentage = 0;   // of the whole run, 0 to 100
+    int speed = 0;           // kilobytes a second
+    QString detail;          // with a final status: why, in words
+};
+struct ScheduleEntry {
+    QString name;
+    int type = 0;    // 1 full scan, 3 quick scan
+    int weekday = 0; // 0 Sunday to 6 Saturday, 8 every day
+    int hour = 0;
+    int minute = 0;
+    qlonglong next = 0; // when it runs next, seconds since 1970
+    QString waits;      // if it is due already: what for
+};
+using ScheduleList = QList<ScheduleEntry>;
+
 // Values of one group of settings, by their keys.
 using SettingMap = QMap<QString, int>;
 
@@ -72,8 +91,12 @@ QDBusArgument &operator<<(QDBusArgument &argument, const RunningJob &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, RunningJob &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const ReportEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, ReportEntry &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const UpdateProgress &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, UpdateProgress &value);
 QDBusArgument &operator<<(QDBusArgument &argument, const QuarantineEntry &value);
 const QDBusArgument &operator>>(const QDBusArgument &argument, QuarantineEntry &value);
+QDBusArgument &operator<<(QDBusArgument &argument, const ScheduleEntry &value);
+const QDBusArgument &operator>>(const QDBusArgument &argument, ScheduleEntry &value);
 
 } // namespace talo::interface
 
@@ -82,3 +105,5 @@ Q_DECLARE_METATYPE(talo::interface::ScanProgress)
 Q_DECLARE_METATYPE(talo::interface::RunningJob)
 Q_DECLARE_METATYPE(talo::interface::ReportEntry)
 Q_DECLARE_METATYPE(talo::interface::QuarantineEntry)
+Q_DECLARE_METATYPE(talo::interface::UpdateProgress)
+Q_DECLARE_METATYPE(talo::interface::ScheduleEntry)

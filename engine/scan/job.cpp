@@ -127,6 +127,8 @@ void Job::Impl::start()
 
 void Job::Impl::run()
 {
+    if (settings_.priority == Priority::Background)
+        runInBackground();
     excluded_ = std::make_shared<Exclusions>(settings_.excluded);
     std::thread counter = startCounting();
     Outcome outcome = scan();

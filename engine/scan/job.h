@@ -2,6 +2,7 @@
 #pragma once
 
 #include "scan/exclusions.h"
+#include "scan/priority.h"
 #include "scan/verdict.h"
 #include "scan/workerpool.h"
 
@@ -33,6 +34,7 @@ struct ClassActions {
 };
 
 struct ScanSettings {
+    Priority priority = Priority::Normal;
     ScanOptions options;
     ClassActions infected{Action::Disinfect, Action::Delete};
     ClassActions suspected{Action::Report, Action::Report};

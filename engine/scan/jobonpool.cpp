@@ -12,9 +12,9 @@ namespace
 class PoolSource : public VerdictSource
 {
 public:
-    explicit PoolSource(WorkerPool &pool) : pool_(pool) {}
+    PoolSource(WorkerPool &pool, Priority priority) : pool_(pool), priority_(priority) {}
     std::string load() override { return pool_.load(); }
-    std::unique_ptr<WorkerPool::Session> open() override { return pool_.open(); }
+    std::unique_ptr<WorkerPool::Session> open() override { return pool_.open(priority_); }
     std::vector<std::unique_ptr<VerdictLink>> links(ScanOptions options) override
     {
         std::vector<std::unique_ptr<VerdictLink>> links;
@@ -24,13 +24,14 @@ public:
 
 private:
     WorkerPool &pool_;
+    const Priority priority_;
 };
 
 } // namespace
 
 Job::Job(ScanKind kind, std::vector<std::string> roots, ScanSettings settings, WorkerPool &pool,
          Quarantine &quarantine, std::unique_ptr<JobRecorder> recorder)
-    : Job(kind, std::move(roots), std::move(settings), std::make_unique<PoolSource>(pool),
+    : Job(kind, std::move(roots), settings, std::make_unique<PoolSource>(pool, settings.priority),
           quarantine, std::move(recorder))
 {
 }

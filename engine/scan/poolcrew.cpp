@@ -57,7 +57,7 @@ PoolCrew::PoolCrew(const PoolConfig &config, unsigned workers, PoolQueue &queue,
     , queue_(queue)
     , server_(std::move(server))
     , phaseDeadline_(Clock::now() + kLoadTime)
-    , workers_(workers)
+    , workers_(std::size_t{workers} * kPriorities)
 {
 }
 

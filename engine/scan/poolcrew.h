@@ -92,6 +92,8 @@ private:
     void settle(Worker &worker, const std::string &cause);
     void lose();
     void fail(const std::string &reason);
+    Priority priorityOf(std::size_t slot) const;
+    bool wanted(std::size_t slot) const; // a worker that is not there yet
     TimePoint fileDeadline(const Worker &worker, std::string &doom) const;
 
     const PoolConfig &config_;

@@ -17,10 +17,23 @@ constexpr std::uint64_t kBytesAhead = 1u << 20;
 // The time that grows with a file's size.
 constexpr std::uint64_t kBytesPerSecond = 4u << 20;
 constexpr auto kStartTime = 30s;
+// So many times as long a file of the background may take, as others come before it.
+constexpr int kBackgroundPatience = 10;
 // How long a worker may stay with a file that nobody waits for any more.
 constexpr auto kGrace = 400ms;
 
 } // namespace
+
+Priority PoolCrew::priorityOf(std::size_t slot) const
+{
+    return slot < workers_.size() / kPriorities ? Priority::Normal : Priority::Background;
+}
+
+// Those of the background are started only when there is something for them to do.
+bool PoolCrew::wanted(std::size_t slot) const
+{
+    return priorityOf(slot) == Priority::Normal || queue_.waits(Priority::Background);
+}
 
 void PoolCrew::feed(TimePoint now)
 {
@@ -28,7 +41,7 @@ void PoolCrew::feed(TimePoint now)
         return;
     for (std::uint32_t slot = 0; slot < workers_.size() && phase_ == Phase::Serving; ++slot) {
         Worker &worker = workers_[slot];
-        if (worker.state == State::Absent && worker.notBefore <= now)
+        if (worker.state == State::Absent && worker.notBefore <= now && wanted(slot))
             startWorker(slot, now);
         else if (worker.state == State::Ready && !worker.leaving)
             giveFiles(slot, now);
@@ -49,6 +62,7 @@ void PoolCrew::startWorker(std::uint32_t slot, TimePoint now)
     protocol::Fork fork;
     fork.slot = slot;
     fork.generation = ++worker.generation;
+    fork.background = priorityOf(slot) == Priority::Background ? 1 : 0;
     if (!protocol::send(server_->control(), fork, MSG_DONTWAIT, theirs.get())) {
         worker.socket.reset();
         worker.notBefore = now + 100ms; // the server is busy, or ending, which its socket tells
@@ -94,8 +108,10 @@ TimePoint PoolCrew::fileDeadline(const Worker &worker, std::string &doom) const
     TimePoint cancelled;
     if (queue_.isVoid(task, cancelled))
         return std::max(cancelled, worker.frontSince) + kGrace;
-    const auto allowed =
+    auto allowed =
         config_.fileTime + std::chrono::seconds(static_cast<long>(task.size / kBytesPerSecond));
+    if (task.session->priority == Priority::Background)
+        allowed *= kBackgroundPatience;
     const auto seconds = std::chrono::ceil<std::chrono::seconds>(allowed).count();
     doom = "took longer than " + std::to_string(seconds) + (seconds == 1 ? " second" : " seconds");
     return worker.frontSince + allowed;
@@ -142,9 +158,9 @@ TimePoint PoolCrew::nextDeadline() const
 TimePoint PoolCrew::nextStart() const
 {
     TimePoint next = TimePoint::max();
-    for (const Worker &worker : workers_)
-        if (worker.state == State::Absent && phase_ == Phase::Serving)
-            next = std::min(next, worker.notBefore);
+    for (std::size_t slot = 0; slot < workers_.size(); ++slot)
+        if (workers_[slot].state == State::Absent && phase_ == Phase::Serving && wanted(slot))
+            next = std::min(next, workers_[slot].notBefore);
     return next;
 }
 

@@ -29,9 +29,10 @@ PoolQueue::PoolQueue(const PoolConfig &config, unsigned workers)
 {
 }
 
-std::shared_ptr<SessionQueue> PoolQueue::open()
+std::shared_ptr<SessionQueue> PoolQueue::open(Priority priority)
 {
     auto session = std::make_shared<SessionQueue>();
+    session->priority = priority;
     const std::lock_guard lock(mutex_);
     sessions_.push_back(session);
     return session;
@@ -61,7 +62,7 @@ void PoolQueue::submit(Task task)
         return;
     }
     session.waiting.push_back(std::move(task));
-    if (hungry_)
+    if (hungry(session.priority))
         wake();
 }
 
@@ -149,10 +150,26 @@ PoolQueue::Wishes PoolQueue::wishes()
     std::uint64_t ignored = 0;
     // Only the pool's thread reads it; that nothing was there is no fault.
     [[maybe_unused]] const ssize_t count = read(wakeUp_.get(), &ignored, sizeof ignored);
-    const bool waiting = std::any_of(sessions_.begin(), sessions_.end(),
-                                     [](const auto &session) { return !session->waiting.empty(); });
-    hungry_ = !waiting;
+    bool waiting = false;
+    for (const Priority priority : {Priority::Normal, Priority::Background}) {
+        const bool any = anyWaits(priority);
+        hungry(priority) = !any;
+        waiting = waiting || any;
+    }
     return {ended_, loadWanted_, waiting, folder_, folderChanges_};
+}
+
+bool PoolQueue::waits(Priority priority) const
+{
+    const std::lock_guard lock(mutex_);
+    return anyWaits(priority);
+}
+
+bool PoolQueue::anyWaits(Priority priority) const
+{
+    return std::any_of(sessions_.begin(), sessions_.end(), [priority](const auto &session) {
+        return session->priority == priority && !session->waiting.empty();
+    });
 }
 
 void PoolQueue::publish(LoadState state, unsigned signatures, const std::string &failure)
@@ -189,7 +206,7 @@ void PoolQueue::giveBack(Task task)
 void PoolQueue::failWaiting(const std::string &reason)
 {
     const std::lock_guard lock(mutex_);
-    hungry_ = true;
+    hungry_ = {true, true};
     for (const auto &session : sessions_) {
         while (!session->waiting.empty()) {
             deliver(session->waiting.front(), {VerdictKind::Error, reason});
@@ -210,14 +227,15 @@ bool PoolQueue::isVoid(const Task &task, TimePoint &since) const
 std::optional<std::size_t> PoolQueue::pick(unsigned worker, std::uint64_t allowance,
                                            SessionQueue *&session)
 {
+    const Priority priority = worker < workers_ ? Priority::Normal : Priority::Background;
     bool tooLarge = false;
     for (std::size_t tried = 0; tried < sessions_.size(); ++tried) {
         turn_ = (turn_ + 1) % sessions_.size();
         const auto &waiting = sessions_[turn_]->waiting;
-        if (waiting.empty())
+        if (waiting.empty() || sessions_[turn_]->priority != priority)
             continue;
         const auto own = std::find_if(waiting.begin(), waiting.end(), [&](const Task &task) {
-            return task.home % workers_ == worker;
+            return task.home % workers_ == worker % workers_;
         });
         const auto chosen = own == waiting.end() ? waiting.begin() : own;
         if (chosen->size > allowance) {
@@ -225,10 +243,10 @@ std::optional<std::size_t> PoolQueue::pick(unsigned worker, std::uint64_t allowa
             continue;
         }
         session = sessions_[turn_].get();
-        hungry_ = false;
+        hungry(priority) = false;
         return static_cast<std::size_t>(chosen - waiting.begin());
     }
-    hungry_ = !tooLarge; // what is too large now goes to this worker when it has answered
+    hungry(priority) = !tooLarge; // what is too large now goes to this worker when it has answered
     return std::nullopt;
 }
 
@@ -243,7 +261,7 @@ void PoolQueue::deliver(Task &task, Verdict verdict)
 
 void PoolQueue::wake()
 {
-    hungry_ = false;
+    hungry_ = {false, false};
     const std::uint64_t one = 1;
     // It can only fail when it is awake already.
     [[maybe_unused]] const ssize_t count = write(wakeUp_.get(), &one, sizeof one);

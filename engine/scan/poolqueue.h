@@ -4,6 +4,7 @@
 #include "files/uniquefd.h"
 #include "scan/workerpool.h"
 
+#include <array>
 #include <chrono>
 #include <condition_variable>
 #include <cstdint>
@@ -16,6 +17,9 @@
 
 namespace talo::scan
 {
+
+// Workers are numbered through, first those of normal priority, then as many of the background.
+constexpr unsigned kPriorities = 2;
 
 using Clock = std::chrono::steady_clock;
 using TimePoint = Clock::time_point;
@@ -35,6 +39,7 @@ struct Task {
 };
 
 struct SessionQueue {
+    Priority priority = Priority::Normal; // never changes
     std::deque<Task> waiting;
     std::deque<WorkerPool::Session::Result> results;
     std::condition_variable arrived;
@@ -51,7 +56,7 @@ public:
     explicit PoolQueue(const PoolConfig &config, unsigned workers);
 
     // For the jobs.
-    std::shared_ptr<SessionQueue> open();
+    std::shared_ptr<SessionQueue> open(Priority priority);
     void close(const std::shared_ptr<SessionQueue> &session);
     bool hasRoom(const SessionQueue &session) const;
     void submit(Task task);
@@ -75,6 +80,7 @@ public:
     };
     Wishes wishes();
     int wakeUp() const { return wakeUp_.get(); }
+    bool waits(Priority priority) const; // whether a file of this priority does
     void publish(LoadState state, unsigned signatures, const std::string &failure);
     void finish(Task &task, Verdict verdict);
     // Puts back what another worker shall take, in front.
@@ -103,6 +109,8 @@ private:
     std::optional<std::size_t> pick(unsigned worker, std::uint64_t allowance,
                                     SessionQueue *&session);
     void deliver(Task &task, Verdict verdict); // mutex held
+    bool anyWaits(Priority priority) const;    // mutex held
+    bool &hungry(Priority priority) { return hungry_.at(static_cast<std::size_t>(priority)); }
     void wake();
 
     const unsigned workers_;
@@ -111,7 +119,8 @@ private:
     mutable std::mutex mutex_;
     std::vector<std::shared_ptr<SessionQueue>> sessions_;
     std::size_t turn_ = 0; // whose turn it is
-    bool hungry_ = true;   // the pool's thread wants to know of the next file
+    // By priority: the pool's thread wants to know of the next file.
+    std::array<bool, kPriorities> hungry_{true, true};
     bool ended_ = false;
     bool loadWanted_ = false;
     std::condition_variable loadChanged_;

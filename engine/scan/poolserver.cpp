@@ -1,5 +1,6 @@
 #include "poolserver.h"
 
+#include "scan/poolqueue.h"
 #include "scan/spawn.h"
 #include "scan/workerprotocol.h"
 
@@ -56,7 +57,7 @@ std::unique_ptr<PoolServer> PoolServer::start(const PoolConfig &config, unsigned
     static_assert(protocol::kControlFd == 3 && protocol::kSignaturesFd == 4 &&
                   protocol::kScratchFd == 5);
     protocol::Configure configure;
-    configure.slots = workers;
+    configure.slots = workers * kPriorities;
     configure.maxFileSize = config.maxFileSize;
     configure.maxMemory = config.maxMemory;
     configure.maxTemporary = config.maxTemporary;

@@ -29,7 +29,7 @@ unsigned workerCount(const PoolConfig &config)
 {
     const unsigned wanted =
         config.workers != 0 ? config.workers : std::thread::hardware_concurrency();
-    return std::clamp(wanted, 1u, protocol::kMaxSlots);
+    return std::clamp(wanted, 1u, protocol::kMaxSlots / kPriorities);
 }
 
 std::string readable(std::uint64_t bytes)
@@ -47,8 +47,8 @@ std::string readable(std::uint64_t bytes)
 class QueuedSession final : public WorkerPool::Session
 {
 public:
-    QueuedSession(std::shared_ptr<PoolQueue> queue, std::uint64_t maxFileSize)
-        : queue_(std::move(queue)), session_(queue_->open()), maxFileSize_(maxFileSize)
+    QueuedSession(std::shared_ptr<PoolQueue> queue, Priority priority, std::uint64_t maxFileSize)
+        : queue_(std::move(queue)), session_(queue_->open(priority)), maxFileSize_(maxFileSize)
     {
     }
     ~QueuedSession() override { queue_->close(session_); }
@@ -117,9 +117,9 @@ WorkerPool::WorkerPool(PoolConfig config) : impl_(std::make_unique<Impl>(sane(st
 
 WorkerPool::~WorkerPool() = default;
 
-std::unique_ptr<WorkerPool::Session> WorkerPool::open()
+std::unique_ptr<WorkerPool::Session> WorkerPool::open(Priority priority)
 {
-    return std::make_unique<QueuedSession>(impl_->queue, impl_->maxFileSize);
+    return std::make_unique<QueuedSession>(impl_->queue, priority, impl_->maxFileSize);
 }
 
 std::string WorkerPool::load()

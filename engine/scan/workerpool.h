@@ -5,6 +5,7 @@
 // Error verdict and is replaced; the files queued behind that one are scanned by another.
 #pragma once
 
+#include "scan/priority.h"
 #include "scan/verdict.h"
 
 #include <chrono>
@@ -23,7 +24,7 @@ class CleanFiles;
 struct PoolConfig {
     std::string workerProgram;                  // path of talo-scan-worker
     std::string signatureFolder;                // path of the folder with the signatures
-    unsigned workers = 0;                       // 0: one for each core
+    unsigned workers = 0;                       // of each priority; 0: one for each core
     std::chrono::milliseconds fileTime{120000}; // and a second for every 4 MiB of the file
     std::uint64_t maxFileSize = 1ull << 30;     // a larger file is Skipped
     std::uint64_t maxMemory = 3ull << 30; // what a worker may add to the shared signatures, bytes
@@ -72,7 +73,8 @@ public:
         virtual void cancel() = 0;
     };
 
-    std::unique_ptr<Session> open();
+    // Files of the background are judged by workers of their own.
+    std::unique_ptr<Session> open(Priority priority = Priority::Normal);
 
     // Loads the signatures if they are not, and waits; an empty text, or why it failed.
     std::string load();

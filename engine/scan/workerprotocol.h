@@ -90,6 +90,8 @@ struct Fork {
     Header header{kMagic, kVersion, kKind};
     std::uint32_t slot = 0;
     std::uint32_t generation = 0;
+    std::uint32_t background = 0; // 1: with the lowest priority
+    std::uint32_t reserved = 0;
 };
 
 struct Kill {

@@ -49,11 +49,16 @@ constexpr std::array<Rule, static_cast<std::size_t>(Action::kEnd)> kRules{{
      Guard::WhileProtected},
     {Action::ChangeFirewallSetting, "change the setting of the firewall",
      "org.taloantivirus.change-firewall", Guard::WhileProtected},
+    {Action::SwitchFirewall, "switch the firewall on or off", "org.taloantivirus.change-firewall",
+     Guard::WhileProtected},
     {Action::ChangeDeviceControl, "change the setting of USB storage",
      "org.taloantivirus.change-device-control", Guard::Always},
     {Action::ChangeExclusions, "change what scans leave out", "org.taloantivirus.change-exclusions",
      Guard::WhileProtected},
     {Action::ImportSettings, "import settings", "org.taloantivirus.import-settings",
+     Guard::WhileProtected},
+    {Action::ReadSchedules, "read the schedules", nullptr, Guard::None},
+    {Action::ChangeSchedules, "change scheduled scans", "org.taloantivirus.change-schedules",
      Guard::WhileProtected},
     {Action::ReadPassword, "ask about the settings password", nullptr, Guard::None},
     {Action::ValidatePassword, "give the settings password", nullptr, Guard::None},
@@ -65,6 +70,10 @@ constexpr std::array<Rule, static_cast<std::size_t>(Action::kEnd)> kRules{{
      "org.taloantivirus.change-password", Guard::WhileProtected},
     {Action::ResetPassword, "have a new settings password mailed",
      "org.taloantivirus.reset-password", Guard::None},
+    {Action::UpdateProgram, "update the program", "org.taloantivirus.update-program", Guard::None},
+    {Action::ReadUpdates, "ask about updates", nullptr, Guard::None},
+    {Action::UpdateSignatures, "update the signatures", "org.taloantivirus.update-signatures",
+     Guard::None},
 }};
 
 constexpr bool inOrder()

@@ -33,16 +33,22 @@ enum class Action {
     ReadSettings, // exclusions too
     ChangeSettings,
     ChangeFirewallSetting,
+    SwitchFirewall, // the running one
     ChangeDeviceControl,
     ChangeExclusions,
     ImportSettings,
+    ReadSchedules,
+    ChangeSchedules,
     ReadPassword, // whether there is one, and whether it guards
     ValidatePassword,
     CreatePassword,
     ChangePassword,
     ChangeProtection,
     ResetPassword,
-    kEnd, // stays the last
+    UpdateProgram, // ask for a release too, and stop
+    ReadUpdates,      // watching one too
+    UpdateSignatures, // starting and stopping
+    kEnd,             // stays the last
 };
 
 // Why a caller may not; without a reason it may.

@@ -2,7 +2,7 @@
 
 #include "interface/names.h"
 #include "scan/quarantine.h"
-#include "scan/workerpool.h"
+#include "service/guardservice.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
 #include "service/shown.h"
@@ -134,16 +134,21 @@ QVariantMap BusObject::GetStatus()
     if (!permitted(Action::ReadStatus))
         return {};
     const SignatureSet set = rooms_.signatures();
-    return {
+    QVariantMap status{
         {QStringLiteral("version"), QStringLiteral(TALO_VERSION)},
         {QStringLiteral("user"), static_cast<uint>(geteuid())},
         {QStringLiteral("signatureSet"), QString::fromStdString(set.kind)},
         {QStringLiteral("signatureFolder"), QString::fromStdString(shown(set.folder))},
         {QStringLiteral("signatureVersion"), QString::fromStdString(set.version)},
         {QStringLiteral("signatureTime"), static_cast<qlonglong>(set.time)},
-        {QStringLiteral("signatureCount"), static_cast<uint>(rooms_.pool.signatures().count)},
+        {QStringLiteral("signatureUpdated"), static_cast<qlonglong>(set.updated)},
+        {QStringLiteral("signatureCount"), rooms_.pools.signatures()},
         {QStringLiteral("jobs"), static_cast<uint>(rooms_.scans.running().size())},
     };
+    const QVariantMap enforced = rooms_.guards.status();
+    for (auto value = enforced.begin(); value != enforced.end(); ++value)
+        status.insert(value.key(), value.value());
+    return status;
 }
 
 uint BusObject::Start(uint kind, const QByteArray &path)

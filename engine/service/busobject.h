@@ -10,6 +10,7 @@
 #include "service/signatureset.h"
 #include "store/exclusion.h"
 #include "store/settingsstore.h"
+#include "update/productupdate.h"
 
 #include <QDBusContext>
 #include <QObject>
@@ -21,7 +22,6 @@
 namespace talo::scan
 {
 class Quarantine;
-class WorkerPool;
 } // namespace talo::scan
 namespace talo::store
 {
@@ -31,8 +31,12 @@ class ReportStore;
 namespace talo::service
 {
 
+class GuardService;
 class PasswordService;
+class ProductUpdateService;
+class ScheduleService;
 class SettingsService;
+class UpdateService;
 
 class BusObject : public QObject, protected QDBusContext
 {
@@ -45,9 +49,13 @@ public:
         ScanService &scans;
         store::ReportStore &reports;
         scan::Quarantine &quarantine;
-        scan::WorkerPool &pool;
+        SignaturePools &pools;
         Housekeeper &housekeeper;
         SettingsService &settings;
+        ScheduleService &schedules;
+        GuardService &guards;
+        ProductUpdateService &program;
+        UpdateService &updates;
         std::function<SignatureSet()> signatures;
     };
     explicit BusObject(Rooms rooms);
@@ -92,10 +100,33 @@ public:
     QByteArray Export();
     int Import(const QByteArray &text);
 
+    // Firewall
+    void Trigger(int state);
+
     // Exclusions
     int Add(const QByteArray &text, int kind);
     int Remove(const QByteArray &text, int kind);
     QStringList List(QStringList &extensions);
+
+    // Schedules
+    int Add(const QByteArray &name, int type, int frequency, int weekday, int hour, int minute);
+    int Edit(const QByteArray &oldName, const QByteArray &name, int type, int frequency,
+             int weekday, int hour, int minute);
+    int Remove(const QByteArray &name);
+    int Details(const QByteArray &name, int &type, int &weekday, int &hour, int &minute);
+    interface::ScheduleList All();
+
+    // ProductUpdate
+    void CheckProgram();
+    void UpdateProgram();
+    bool StopProgramUpdate();
+    QVariantMap ProgramUpdateProgress();
+    // Updates
+    QVariantMap UpdateState();
+    uint PrepareSignatureUpdate();
+    void StartSignatureUpdate(uint handle);
+    void StopSignatureUpdate(uint handle);
+    interface::UpdateProgress SignatureUpdateProgress(uint handle);
 
 signals:
     // Notices
@@ -118,7 +149,9 @@ private:
     std::optional<store::Group> group(const QString &name); // sends an error where there is none
     void fail(const std::string &reason);                   // sends one if there is one
     void announce(const ScanService::Ending &ending);
+    void beginProgramUpdate(update::ProductUpdate::Want want);
     void control(uint job, bool (ScanService::*what)(uint));
+    void controlUpdate(uint handle, bool (UpdateService::*what)(uint));
 
     Rooms rooms_;
 };

@@ -1,6 +1,7 @@
 // The bus object's methods for settings and exclusions.
 #include "interface/names.h"
 #include "service/busobject.h"
+#include "service/scheduleservice.h"
 #include "service/settingsservice.h"
 
 namespace talo::service
@@ -66,10 +67,11 @@ void apply(const Call &call, SettingsService &settings, store::Group group,
         answer(call, settings.apply(group, changes));
 }
 
-void import(const Call &call, SettingsService &settings, const QByteArray &content)
+void import(const Call &call, SettingsService &settings, std::int64_t now,
+            const QByteArray &content)
 {
     constexpr int kNotValid = 2;
-    const store::ImportOutcome outcome = settings.importAll(content.toStdString());
+    const store::ImportOutcome outcome = settings.importAll(content.toStdString(), now);
     if (outcome.result == store::ImportOutcome::Result::NotValid)
         call.answer({kNotValid});
     else if (!outcome.reason.empty())
@@ -160,8 +162,9 @@ QByteArray BusObject::Export()
 
 int BusObject::Import(const QByteArray &content)
 {
-    whenPermitted(Action::ImportSettings,
-                  [this, content](const Call &call) { import(call, rooms_.settings, content); });
+    whenPermitted(Action::ImportSettings, [this, content](const Call &call) {
+        import(call, rooms_.settings, rooms_.schedules.now(), content);
+    });
     return 0;
 }
 

@@ -20,4 +20,8 @@ struct MailSettings {
 // and unless the file belongs to root or to this process's user and nobody else may write it.
 std::optional<MailSettings> readMailSettings(const std::string &file, std::string &failure);
 
+// The folder of releases on a server: the key "Source" of the group "ProgramUpdate". Empty, with
+// the reason in `failure`, where none is set or the file is of no use.
+std::string readProgramSource(const std::string &file, std::string &failure);
+
 } // namespace talo::service

@@ -1,7 +1,9 @@
 // talod: the service behind TALO Antivirus.
+#include "schedule/power.h"
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/service.h"
+#include "update/releasekey.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -102,6 +104,9 @@ int main(int argc, char *argv[])
     const QString configuration = QStringLiteral("config");
     const QString signatures = QStringLiteral("signatures");
     const QString worker = QStringLiteral("worker");
+    const QString clock = QStringLiteral("schedule-clock");
+    const QString power = QStringLiteral("power-supplies");
+    const QString guard = QStringLiteral("guard");
     QCommandLineParser parser;
     parser.setApplicationDescription(
         QStringLiteral("The service behind TALO Antivirus: scans on request and keeps reports."));
@@ -116,6 +121,14 @@ int main(int argc, char *argv[])
         {signatures, QStringLiteral("Folder with the signatures to use."),
          QStringLiteral("folder")},
         {worker, QStringLiteral("The scan worker program."), QStringLiteral("program")},
+        {clock,
+         QStringLiteral("For trials: schedules go by a clock that begins at this moment, in "
+                        "seconds since 1970, and goes so many times as fast."),
+         QStringLiteral("moment*rate")},
+        {power, QStringLiteral("Folder of the kernel's power supply class."),
+         QStringLiteral("folder")},
+        {guard, QStringLiteral("Enforce the settings of firewall and USB storage on this machine, "
+                               "also on a bus that is not the system's. Needs root.")},
     });
     parser.addHelpOption();
     parser.addVersionOption();
@@ -135,12 +148,20 @@ int main(int argc, char *argv[])
     }
     raiseFileLimit();
     const bool root = geteuid() == 0;
-    Service service(
-        {parser.isSet(bus) ? parser.value(bus) : QString::fromLatin1(root ? "system" : "session"),
-         pathOption(parser, state, defaultStateFolder()),
-         pathOption(parser, signatures, std::string()),
-         pathOption(parser, worker, defaultWorkerProgram()),
-         pathOption(parser, configuration, defaultConfigurationFile())});
+    const QString place =
+        parser.isSet(bus) ? parser.value(bus) : QString::fromLatin1(root ? "system" : "session");
+    Options options;
+    options.bus = place;
+    options.state = pathOption(parser, state, defaultStateFolder());
+    options.signatures = pathOption(parser, signatures, std::string());
+    options.worker = pathOption(parser, worker, defaultWorkerProgram());
+    options.configuration = pathOption(parser, configuration, defaultConfigurationFile());
+    options.scheduleClock = parser.value(clock).toStdString();
+    options.powerSupplies = pathOption(parser, power, talo::schedule::kPowerSupplies);
+    // One machine, one guard: of several services it is the one that serves all users.
+    options.guardsMachine = root && (place == QLatin1String("system") || parser.isSet(guard));
+    options.releaseKey = talo::update::releaseKey();
+    Service service(options);
     const QSocketNotifier stop(wakeUp[0], QSocketNotifier::Read);
     QObject::connect(&stop, &QSocketNotifier::activated, &application, &QCoreApplication::quit);
     const ExitCode code = service.start();

@@ -83,6 +83,11 @@ std::string disinfectorProgram()
     return helperProgram("talo-disinfect");
 }
 
+std::string updateInstaller()
+{
+    return helperProgram("talo-install-update");
+}
+
 std::string builtInSignatures()
 {
     return installation() + "/signatures";
@@ -95,7 +100,7 @@ std::string defaultConfigurationFile()
 
 std::string updatedSignatures(const std::string &stateFolder)
 {
-    return stateFolder + "/signatures/current";
+    return stateFolder + "/signatures";
 }
 
 std::string systemSignatures()

@@ -15,13 +15,14 @@ std::string defaultStateFolder();
 
 std::string defaultWorkerProgram();
 std::string disinfectorProgram();
+std::string updateInstaller();
 
 std::string builtInSignatures();
 
 // What the administrator has set, for every instance of the service on this machine.
 std::string defaultConfigurationFile();
 
-// Where an update of the signatures puts the set to use.
+// Where updates keep the signatures that they have brought.
 std::string updatedSignatures(const std::string &stateFolder);
 
 // The distribution's ClamAV databases.

@@ -103,7 +103,8 @@ void ReportRecorder::passedOver(const scan::PassedOver &file)
 void ReportRecorder::ended(scan::JobEnd end, const scan::Totals &totals, const std::string &failure)
 {
     reports_.describeSignatures(id_, hooks_.signatures());
-    const store::Outcome how = outcome(end, *record_);
+    const bool gone = hooks_.gone && hooks_.gone() && !record_->stopAsked();
+    const store::Outcome how = gone ? store::Outcome::Interrupted : outcome(end, *record_);
     record_->close(how, totals,
                    reports_.finish(id_, how,
                                    {tally(totals.clean), tally(totals.threats),

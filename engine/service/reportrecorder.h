@@ -44,6 +44,8 @@ public:
         // Both are called on the job's thread, the second after the report is stored.
         std::function<void(const scan::Threat &)> whenThreat;
         std::function<void()> whenEnded;
+        // Whether what was scanned has gone by now; none: it cannot.
+        std::function<bool()> gone = {};
     };
     ReportRecorder(store::ReportStore &reports, const std::string &type, const std::string &scanned,
                    std::shared_ptr<JobRecord> record, Hooks hooks);

@@ -2,7 +2,6 @@
 
 #include "interface/names.h"
 #include "scan/quarantine.h"
-#include "scan/workerpool.h"
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/shown.h"
@@ -137,7 +136,7 @@ std::optional<ScanService::Started> ScanService::refuse(uint kind, const QByteAr
     return std::nullopt;
 }
 
-ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin)
+ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origin origin, Gone gone)
 {
     dropOld();
     if (const auto refused = refuse(kind, path))
@@ -145,36 +144,36 @@ ScanService::Started ScanService::start(uint kind, const QByteArray &path, Origi
 
     const uint number = ++lastNumber_;
     const std::string root = path.toStdString();
-    const SignatureSet set = rooms_.signatures();
     Entry &entry = jobs_[number];
     entry.kind = static_cast<scan::ScanKind>(kind);
     entry.origin = origin;
     entry.type = typeOf(entry.kind, origin);
     entry.scanned = scannedBy(entry.kind, root);
     entry.record = std::make_shared<JobRecord>();
+    entry.workers = rooms_.pools.forJob();
+    ReportRecorder::Hooks told = hooks(number, entry);
+    told.gone = std::move(gone);
     entry.recorder = std::make_unique<ReportRecorder>(rooms_.reports, entry.type, entry.scanned,
-                                                      entry.record, hooks(number, entry, set));
+                                                      entry.record, std::move(told));
     log(Level::Info,
         entry.type + " " + std::to_string(number) + " of " + entry.scanned + " begins");
     // Looking for the places of a quick scan takes a while. All kinds go this way, so that no scan
     // begins before the quarantine has recovered from a kill.
     const bool quick = entry.kind == scan::ScanKind::Quick;
-    rooms_.housekeeper.run([this, number, quick, root, set] {
+    rooms_.housekeeper.run([this, number, quick, root] {
         std::vector<std::string> roots{root};
         if (quick)
             roots = scan::quickScanRoots();
         QMetaObject::invokeMethod(
-            this, [this, number, roots, set] { begin(number, roots, set); }, Qt::QueuedConnection);
+            this, [this, number, roots] { begin(number, roots); }, Qt::QueuedConnection);
     });
     return {number, Refusal::None, QString()};
 }
 
-ReportRecorder::Hooks ScanService::hooks(uint number, const Entry &entry, const SignatureSet &set)
+ReportRecorder::Hooks ScanService::hooks(uint number, const Entry &entry)
 {
     ReportRecorder::Hooks hooks;
-    hooks.signatures = [set, &pool = rooms_.pool] {
-        return describe(set, pool.signatures().count);
-    };
+    hooks.signatures = [workers = entry.workers] { return workers->describe(); };
     hooks.whenThreat = [](const scan::Threat &) {};
     if (entry.origin != Origin::User)
         hooks.whenThreat = [this, type = text(entry.type),
@@ -192,25 +191,23 @@ ReportRecorder::Hooks ScanService::hooks(uint number, const Entry &entry, const 
     return hooks;
 }
 
-void ScanService::begin(uint job, const std::vector<std::string> &roots, const SignatureSet &set)
+void ScanService::begin(uint job, const std::vector<std::string> &roots)
 {
     Entry *const entry = find(job);
     if (entry == nullptr || entry->job)
         return;
-    // Also where the same folder has got new content since it was loaded.
-    if (set != signatures_) {
-        signatures_ = set;
-        rooms_.pool.useSignatures(set.folder);
-    }
     scan::ScanSettings settings = rooms_.settings();
     settings.leaveOut = rooms_.leaveOut;
     settings.disinfector = disinfectorProgram();
-    entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings, rooms_.pool,
-                                             rooms_.quarantine, std::move(entry->recorder));
+    if (entry->origin != Origin::User)
+        settings.priority = scan::Priority::Background;
+    entry->job = std::make_unique<scan::Job>(entry->kind, roots, settings,
+                                             JobWorkers::source(entry->workers, settings.priority), rooms_.quarantine,
+                                             std::move(entry->recorder));
     if (entry->pauseAsked)
         entry->job->pause();
     entry->job->start();
-    if (entry->record->stopAsked())
+    if (entry->record->stopAsked() || entry->interrupted)
         entry->job->stop();
 }
 
@@ -220,6 +217,7 @@ void ScanService::ended(uint job)
     if (entry == nullptr)
         return;
     entry->ended = std::chrono::steady_clock::now();
+    entry->workers->letGo();
     const std::string report = entry->record->report();
     log(Level::Info,
         entry->type + " " + std::to_string(job) + " ended, " +
@@ -281,6 +279,17 @@ bool ScanService::stop(uint job)
     if (entry == nullptr)
         return false;
     entry->record->askStop();
+    if (entry->job)
+        entry->job->stop();
+    return true;
+}
+
+bool ScanService::interrupt(uint job)
+{
+    Entry *const entry = find(job);
+    if (entry == nullptr)
+        return false;
+    entry->interrupted = true;
     if (entry->job)
         entry->job->stop();
     return true;

@@ -5,7 +5,7 @@
 #include "scan/job.h"
 #include "service/housekeeper.h"
 #include "service/reportrecorder.h"
-#include "service/signatureset.h"
+#include "service/signaturepools.h"
 
 #include <QObject>
 
@@ -17,7 +17,6 @@
 namespace talo::scan
 {
 class Quarantine;
-class WorkerPool;
 } // namespace talo::scan
 
 namespace talo::service
@@ -37,9 +36,8 @@ public:
     struct Rooms {
         store::ReportStore &reports;
         scan::Quarantine &quarantine;
-        scan::WorkerPool &pool;
+        SignaturePools &pools;
         Housekeeper &housekeeper;
-        std::function<SignatureSet()> signatures;
         std::function<scan::ScanSettings()> settings; // asked for as a job begins
         std::vector<std::string> leaveOut;            // folders that no scan enters
     };
@@ -55,12 +53,16 @@ public:
     // Who began a scan. The type of its report says so, and nobody watches what a user did not
     // begin.
     enum class Origin { User, Schedule, Drive };
-    Started start(uint kind, const QByteArray &path, Origin origin = Origin::User);
+    // What a scan finds after what it scans has gone is worth nothing: where `gone` says so at its
+    // end, on the scan's thread, it counts as interrupted.
+    using Gone = std::function<bool()>;
+    Started start(uint kind, const QByteArray &path, Origin origin = Origin::User, Gone gone = {});
 
     // False: no such job.
     bool pause(uint job);
     bool resume(uint job);
     bool stop(uint job);
+    bool interrupt(uint job); // as by a power cut, not as somebody wishes
 
     std::optional<interface::ScanProgress> progress(uint job, uint threatsFrom) const;
     interface::RunningJobs running() const;
@@ -92,21 +94,22 @@ private:
         std::string type;
         std::string scanned;
         std::shared_ptr<JobRecord> record;
+        std::shared_ptr<JobWorkers> workers;
         std::unique_ptr<ReportRecorder> recorder; // until the job has it
         std::unique_ptr<scan::Job> job;           // none while its roots are looked for
         bool pauseAsked = false;
+        bool interrupted = false;
         std::chrono::steady_clock::time_point ended;
     };
 
     std::optional<Started> refuse(uint kind, const QByteArray &path) const;
-    void begin(uint job, const std::vector<std::string> &roots, const SignatureSet &set);
-    ReportRecorder::Hooks hooks(uint number, const Entry &entry, const SignatureSet &set);
+    void begin(uint job, const std::vector<std::string> &roots);
+    ReportRecorder::Hooks hooks(uint number, const Entry &entry);
     void ended(uint job);
     void dropOld();
     Entry *find(uint job);
 
     Rooms rooms_;
-    SignatureSet signatures_; // what the pool was told to use
     std::map<uint, Entry> jobs_;
     uint lastNumber_ = 0;
 };

@@ -3,28 +3,38 @@
 #include "interface/busaddress.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
-#include "scan/workerpool.h"
+#include "schedule/clock.h"
 #include "service/authority.h"
 #include "service/busobject.h"
+#include "service/guardservice.h"
 #include "service/housekeeper.h"
 #include "service/log.h"
 #include "service/passwordservice.h"
 #include "service/paths.h"
+#include "service/productupdateservice.h"
 #include "service/scanservice.h"
+#include "service/scheduleservice.h"
 #include "service/settingsservice.h"
+#include "service/signaturepools.h"
 #include "service/trustedcallers.h"
+#include "service/updateservice.h"
 #include "store/database.h"
 #include "store/passwordstore.h"
 #include "store/reportstore.h"
+#include "update/signaturesets.h"
 
 #include "exclusionsadaptor.h"
+#include "firewalladaptor.h"
 #include "noticesadaptor.h"
 #include "passwordadaptor.h"
+#include "productupdateadaptor.h"
 #include "quarantineadaptor.h"
 #include "reportsadaptor.h"
 #include "scanadaptor.h"
+#include "schedulesadaptor.h"
 #include "settingsadaptor.h"
 #include "statusadaptor.h"
+#include "updatesadaptor.h"
 
 #include <QCoreApplication>
 #include <QDBusConnectionInterface>
@@ -70,6 +80,10 @@ void Service::stop()
     QDBusConnection::disconnectFromBus(connectionName());
     object_.reset();
     passwords_.reset();
+    if (updates_)
+        updates_->shutDown();
+    schedules_.reset();
+    program_.reset();
     if (scans_)
         scans_->shutDown();
 }
@@ -142,37 +156,45 @@ void Service::openPasswords()
         std::make_unique<PasswordService>(*passwordStore_, *trusted_, options_.configuration);
 }
 
+SignatureSet Service::signatures() const
+{
+    return chooseSignatures(options_.signatures, options_.state);
+}
+
 ExitCode Service::publish()
 {
-    const auto signatures = [this] {
-        return chooseSignatures(options_.signatures, options_.state);
-    };
-    scan::PoolConfig config;
-    config.workerProgram = options_.worker;
-    config.signatureFolder = signatures().folder;
-    pool_ = std::make_unique<scan::WorkerPool>(config);
+    openSignatures();
     housekeeper_ = std::make_unique<Housekeeper>();
     housekeeper_->run([this] { quarantine_->recover(); });
     scans_ =
         std::make_unique<ScanService>(ScanService::Rooms{*reports_,
                                                          *quarantine_,
-                                                         *pool_,
+                                                         *pools_,
                                                          *housekeeper_,
-                                                         signatures,
                                                          [this] { return settings_->forScan(); },
                                                          {options_.state, builtInSignatures()}});
     openPasswords();
-    object_ = std::make_unique<BusObject>(BusObject::Rooms{*authority_, *passwords_, *scans_,
-                                                           *reports_, *quarantine_, *pool_,
-                                                           *housekeeper_, *settings_, signatures});
+    openUpdates();
+    if (const ExitCode code = openSchedules(); code != Done)
+        return code;
+    openGuards();
+    program_ = std::make_unique<ProductUpdateService>(ProductUpdateService::Surroundings{
+        options_.state, options_.configuration, options_.releaseKey});
+    object_ = std::make_unique<BusObject>(BusObject::Rooms{
+        *authority_, *passwords_, *scans_, *reports_, *quarantine_, *pools_, *housekeeper_,
+        *settings_, *schedules_, *guards_, *program_, *updates_, [this] { return signatures(); }});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
+    new SchedulesAdaptor(object_.get());
     new ReportsAdaptor(object_.get());
     new QuarantineAdaptor(object_.get());
     new SettingsAdaptor(object_.get());
     new ExclusionsAdaptor(object_.get());
     new PasswordAdaptor(object_.get());
     new NoticesAdaptor(object_.get());
+    new UpdatesAdaptor(object_.get());
+    new FirewallAdaptor(object_.get());
+    new ProductUpdateAdaptor(object_.get());
     if (!bus_.registerObject(text(interface::kObject), object_.get())) {
         log(Level::Error, "cannot take a place on the bus");
         return CannotStart;
@@ -185,6 +207,8 @@ ExitCode Service::publish()
     connect(&daily_, &QTimer::timeout, this, &Service::keepHouse);
     daily_.start(std::chrono::hours(24));
     keepHouse();
+    updates_->begin();
+    schedules_->look();
     log(Level::Info, "version " TALO_VERSION " is ready");
     return Done;
 }

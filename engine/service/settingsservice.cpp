@@ -40,6 +40,7 @@ Outcome SettingsService::apply(store::Group group,
 {
     Outcome outcome = settings_.apply(changes);
     logOutcome(group, outcome, "changed");
+    takeUpAtOnce(group, outcome);
     return outcome;
 }
 
@@ -47,7 +48,16 @@ Outcome SettingsService::applyDefault(store::Group group)
 {
     Outcome outcome = settings_.applyDefault(group);
     logOutcome(group, outcome, "set to the defaults");
+    takeUpAtOnce(group, outcome);
     return outcome;
+}
+
+void SettingsService::takeUpAtOnce(store::Group group, const Outcome &outcome)
+{
+    const bool silent =
+        group == store::Group::DeviceControl || group == store::Group::ExternalDrive;
+    if (silent && outcome.result == Result::Done)
+        takeUp();
 }
 
 std::string SettingsService::takeUp()
@@ -77,12 +87,13 @@ std::string SettingsService::exportAll(std::string &text)
     return failure;
 }
 
-store::ImportOutcome SettingsService::importAll(const std::string &text)
+store::ImportOutcome SettingsService::importAll(const std::string &text, std::int64_t now)
 {
-    store::ImportOutcome outcome = store::importSettings(database_, text);
+    store::ImportOutcome outcome = store::importSettings(database_, text, now);
     switch (outcome.result) {
     case store::ImportOutcome::Result::Done:
         log(Level::Info, "settings imported");
+        emit imported();
         break;
     case store::ImportOutcome::Result::NotValid:
         log(Level::Warning, "a settings file was refused: " + outcome.reason);

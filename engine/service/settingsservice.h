@@ -35,7 +35,8 @@ public:
     std::string takeUp();
 
     std::string exportAll(std::string &text);
-    store::ImportOutcome importAll(const std::string &text);
+    // The imported schedules begin with `now`. Emits imported() when it is done.
+    store::ImportOutcome importAll(const std::string &text, std::int64_t now);
 
     store::ExclusionCode exclude(const store::Exclusion &entry);
     store::ExclusionCode include(const store::Exclusion &entry); // an entry of the list again
@@ -50,8 +51,12 @@ public:
 
 signals:
     void changed(talo::store::Group group, const talo::store::SettingValues &values);
+    void imported();
 
 private:
+    // After a change of these groups callers give no word, as the operations have it.
+    void takeUpAtOnce(store::Group group, const store::SettingsStore::Outcome &outcome);
+
     store::Database &database_;
     store::SettingsStore settings_;
     store::ExclusionStore exclusions_;

@@ -2,45 +2,22 @@
 
 #include "files/printable.h"
 #include "service/paths.h"
+#include "update/databasefile.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdio>
 #include <dirent.h>
-#include <fstream>
+#include <filesystem>
 #include <set>
 #include <sys/stat.h>
+#include <system_error>
 
 namespace talo::service
 {
 
 namespace
 {
-
-// Those of ClamAV's kinds of database that detect something.
-const std::set<std::string> &databaseKinds()
-{
-    static const std::set<std::string> kinds{"cvd", "cld", "cud", "hdb",  "hdu", "hsb", "hsu",
-                                             "mdb", "mdu", "msb", "msu",  "ndb", "ndu", "ldb",
-                                             "ldu", "db",  "cdb", "yara", "yar", "cbc"};
-    return kinds;
-}
-
-std::string kindOf(const std::string &file)
-{
-    const std::size_t dot = file.find_last_of('.');
-    return dot == std::string::npos ? std::string() : file.substr(dot + 1);
-}
-
-bool isDatabase(const std::string &file)
-{
-    return databaseKinds().count(kindOf(file)) != 0;
-}
-
-bool isOfficial(const std::string &file)
-{
-    return kindOf(file) == "cvd" || kindOf(file) == "cld";
-}
 
 struct Content {
     std::time_t newest = 0;
@@ -58,36 +35,16 @@ Content look(const std::string &folder)
         const std::string name = entry->d_name;
         struct stat status {
         };
-        if (!isDatabase(name) || fstatat(dirfd(entries), name.c_str(), &status, 0) != 0 ||
+        if (!update::isDatabase(name) || fstatat(dirfd(entries), name.c_str(), &status, 0) != 0 ||
             !S_ISREG(status.st_mode))
             continue;
         ++content.databases;
         content.newest = std::max(content.newest, status.st_mtime);
-        if (isOfficial(name))
+        if (update::isOfficial(name))
             content.official.insert(name);
     }
     closedir(entries);
     return content;
-}
-
-// The version in an official database's header "ClamAV-VDB:date:version:…", whose date has its
-// own colon-free form; empty when the file has no such header.
-std::string officialVersion(const std::string &path)
-{
-    std::array<char, 512> header{};
-    std::ifstream file(path, std::ios::binary);
-    file.read(header.data(), header.size());
-    const std::string text(header.data(), static_cast<std::size_t>(file.gcount()));
-    if (text.compare(0, 11, "ClamAV-VDB:") != 0)
-        return std::string();
-    const std::size_t date = text.find(':', 11);
-    const std::size_t end = date == std::string::npos ? date : text.find(':', date + 1);
-    if (end == std::string::npos)
-        return std::string();
-    const std::string version = text.substr(date + 1, end - date - 1);
-    const bool digits = !version.empty() && version.size() <= 10 &&
-                        version.find_first_not_of("0123456789") == std::string::npos;
-    return digits ? version : std::string();
 }
 
 std::tm localTime(std::time_t when)
@@ -125,14 +82,14 @@ std::string versionOf(const std::string &folder, const Content &content)
     for (const std::string &file : content.official) {
         std::string path = folder;
         path.append("/").append(file);
-        const std::string number = officialVersion(path);
-        if (number.empty())
+        const std::uint64_t number = update::officialVersion(path);
+        if (number == 0)
             continue;
         if (!version.empty())
             version += ", ";
-        version.append(file, 0, file.find('.'));
+        version += update::nameOf(file);
         version += ' ';
-        version += number;
+        version += std::to_string(number);
     }
     return version.empty() && content.newest != 0 ? inNumbers(content.newest) : version;
 }
@@ -140,7 +97,7 @@ std::string versionOf(const std::string &folder, const Content &content)
 SignatureSet describeFolder(const std::string &kind, const std::string &folder,
                             const Content &content)
 {
-    return {kind, folder, versionOf(folder, content), content.newest};
+    return {kind, folder, versionOf(folder, content), content.newest, content.newest};
 }
 
 } // namespace
@@ -149,10 +106,21 @@ SignatureSet chooseSignatures(const std::string &chosenFolder, const std::string
 {
     if (!chosenFolder.empty())
         return describeFolder("chosen", chosenFolder, look(chosenFolder));
-    const std::string updated = updatedSignatures(stateFolder);
+    // Of the set itself and not of the link to it, which may lead to another one the next moment.
+    const std::string sets = updatedSignatures(stateFolder) + "/";
+    std::error_code error;
+    const auto target = std::filesystem::read_symlink(sets + "current", error);
+    const std::string updated = sets + (error ? "current" : target.string());
     const Content fresh = look(updated);
-    if (fresh.databases != 0)
-        return describeFolder("updated", updated, fresh);
+    if (fresh.databases != 0) {
+        SignatureSet described = describeFolder("updated", updated, fresh);
+        // A set is never changed once it is complete.
+        struct stat status {
+        };
+        if (stat(updated.c_str(), &status) == 0)
+            described.updated = status.st_mtime;
+        return described;
+    }
     const Content distribution = look(systemSignatures());
     if (!distribution.official.empty())
         return describeFolder("system", systemSignatures(), distribution);

@@ -11,7 +11,8 @@ struct SignatureSet {
     std::string kind; // "chosen", "updated", "system" or "built-in"
     std::string folder;
     std::string version;
-    std::time_t time = 0; // of the newest file; 0 if unknown
+    std::time_t time = 0;    // of the newest file; 0 if unknown
+    std::time_t updated = 0; // when an update brought it; otherwise the same as `time`
 
     bool operator==(const SignatureSet &other) const
     {

@@ -67,6 +67,33 @@ inline constexpr const char *kMigrations[] = {
     INSERT INTO password (only, protected) VALUES (1, 0);
     CREATE TABLE wrong_password (user INTEGER PRIMARY KEY, count INTEGER NOT NULL) WITHOUT ROWID;
     )sql",
+    // 4: scheduled scans
+    R"sql(
+    CREATE TABLE schedule (
+        id INTEGER PRIMARY KEY AUTOINCREMENT, -- the order of entry
+        name TEXT NOT NULL,
+        key TEXT NOT NULL UNIQUE, -- the name without regard to case
+        type INTEGER NOT NULL,
+        frequency INTEGER NOT NULL,
+        weekday INTEGER NOT NULL,
+        hour INTEGER NOT NULL,
+        minute INTEGER NOT NULL,
+        settled INTEGER NOT NULL, -- until when its times are done with
+        UNIQUE (type, frequency, weekday, hour, minute)
+    );
+    )sql",
+    // 5: what is remembered of updates, a row for each kind of which there was one
+    R"sql(
+    CREATE TABLE update_run (
+        kind INTEGER PRIMARY KEY,
+        attempted INTEGER NOT NULL,
+        succeeded INTEGER NOT NULL,
+        status INTEGER NOT NULL,
+        detail TEXT NOT NULL,
+        failures INTEGER NOT NULL,
+        not_before INTEGER NOT NULL
+    );
+    )sql",
 };
 
 } // namespace talo::store

@@ -21,7 +21,12 @@ public:
     Secret(Secret &&) noexcept = default;
     Secret &operator=(Secret &&) = delete;
 
-    std::string_view view() const { return {bytes_.data(), bytes_.size()}; }
+    // Never of null, which libsodium does not take even where there is nothing to read.
+    std::string_view view() const
+    {
+        return bytes_.empty() ? std::string_view("")
+                              : std::string_view(bytes_.data(), bytes_.size());
+    }
 
 private:
     std::vector<char> bytes_;

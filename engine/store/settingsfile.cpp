@@ -1,10 +1,12 @@
 #include "store/settingsfile.h"
 
 #include "store/exclusionstore.h"
+#include "store/schedulestore.h"
 
 #include <algorithm>
 #include <bitset>
 #include <charconv>
+#include <climits>
 #include <optional>
 
 namespace talo::store
@@ -20,6 +22,7 @@ constexpr std::string_view kExclusions = "Exclusions";
 constexpr std::string_view kSchedules = "Schedules";
 constexpr std::string_view kLocation = "Location";
 constexpr std::string_view kExtension = "Extension";
+constexpr std::string_view kSchedule = "Schedule";
 
 std::optional<std::int64_t> numberIn(std::string_view text)
 {
@@ -74,6 +77,7 @@ private:
     const char *takeVersion(std::string_view key, std::string_view value);
     const char *takeSetting(Group group, std::string_view key, std::string_view value);
     const char *takeExclusion(std::string_view key, std::string_view value);
+    const char *takeSchedule(std::string_view key, std::string_view value);
     const char *finish();
 
     SettingsFile &content_;
@@ -137,7 +141,7 @@ const char *Parser::takeEntry(std::string_view key, std::string_view value)
     case kExclusionsPlace:
         return takeExclusion(key, value);
     case kSchedulesPlace:
-        return "an unknown key";
+        return takeSchedule(key, value);
     default:
         return takeSetting(static_cast<Group>(*place_ - 1), key, value);
     }
@@ -189,6 +193,28 @@ const char *Parser::takeExclusion(std::string_view key, std::string_view value)
     return "an unknown key, or one out of turn";
 }
 
+const char *Parser::takeSchedule(std::string_view key, std::string_view value)
+{
+    if (content_.schedules.size() == ScheduleStore::kMostSchedules)
+        return "too many schedules";
+    const std::string number = std::to_string(content_.schedules.size() + 1);
+    if (key.substr(0, kSchedule.size()) != kSchedule || key.substr(kSchedule.size()) != number)
+        return "an unknown key, or one out of turn";
+    ScheduleValues &schedule = content_.schedules.emplace_back();
+    schedule.name = value.substr(0, value.find(','));
+    value.remove_prefix(schedule.name.size());
+    for (int *part : {&schedule.type, &schedule.frequency, &schedule.weekday, &schedule.hour,
+                      &schedule.minute}) {
+        const std::string_view text = value.substr(0, value.find(',', 1));
+        const auto given = numberIn(text.substr(text.empty() ? 0 : 1));
+        if (!given || *given < 0 || *given > INT_MAX)
+            return "not a schedule";
+        *part = static_cast<int>(*given);
+        value.remove_prefix(text.size());
+    }
+    return value.empty() ? nullptr : "not a schedule";
+}
+
 const char *Parser::finish()
 {
     for (const GroupRow &row : kGroups)
@@ -206,6 +232,8 @@ const char *Parser::finish()
     }
     if (ExclusionStore::check(content_.exclusions).code != ExclusionCode::Done)
         return "an exclusion for the second time, or too many of them";
+    if (ScheduleStore::check(content_.schedules) != ScheduleCode::Done)
+        return "a schedule with a name or a value that cannot be, or for the second time";
     return nullptr;
 }
 
@@ -242,6 +270,14 @@ std::string renderSettingsFile(const SettingsFile &content)
                  entry.text);
     }
     beginGroup(text, kSchedules);
+    number = 0;
+    for (const ScheduleValues &schedule : content.schedules) {
+        std::string value = schedule.name;
+        for (const int part :
+             {schedule.type, schedule.frequency, schedule.weekday, schedule.hour, schedule.minute})
+            value.append(1, ',').append(std::to_string(part));
+        addEntry(text, std::string(kSchedule) + std::to_string(++number), value);
+    }
     return text;
 }
 

@@ -2,6 +2,7 @@
 
 #include "store/database.h"
 #include "store/exclusionstore.h"
+#include "store/schedulestore.h"
 #include "store/settingsfile.h"
 #include "store/statement.h"
 
@@ -16,6 +17,11 @@ std::string exportSettings(Database &database, std::string &text)
     std::string failure = SettingsStore(database).read(values);
     if (failure.empty())
         failure = ExclusionStore(database).list(content.exclusions);
+    std::vector<StoredSchedule> schedules;
+    if (failure.empty())
+        failure = ScheduleStore(database).list(schedules);
+    for (const StoredSchedule &schedule : schedules)
+        content.schedules.push_back(schedule.values);
     for (const SettingRow &row : kTable)
         if (row.travels == Travels::Yes)
             content.settings.emplace_back(row.setting, values[row.setting]);
@@ -24,7 +30,7 @@ std::string exportSettings(Database &database, std::string &text)
     return failure;
 }
 
-ImportOutcome importSettings(Database &database, const std::string &text)
+ImportOutcome importSettings(Database &database, const std::string &text, std::int64_t now)
 {
     SettingsFile content;
     std::string fault = parseSettingsFile(text, content);
@@ -33,7 +39,8 @@ ImportOutcome importSettings(Database &database, const std::string &text)
     const auto held = database.lock();
     Transaction change(database);
     if (!change.begun() || !SettingsStore::write(database, content.settings) ||
-        !ExclusionStore::write(database, content.exclusions) || !change.commit())
+        !ExclusionStore::write(database, content.exclusions) ||
+        !ScheduleStore::write(database, content.schedules, now) || !change.commit())
         return {ImportOutcome::Result::Failed,
                 "the settings cannot be stored: " + lastError(database)};
     return {};

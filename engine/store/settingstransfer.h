@@ -1,6 +1,7 @@
 // All settings out of the store as one text, and all of a text into the store.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 namespace talo::store
@@ -16,7 +17,8 @@ struct ImportOutcome {
     Result result = Result::Done;
     std::string reason;
 };
-// Replaces every setting that travels and the whole list of exclusions, or nothing.
-ImportOutcome importSettings(Database &database, const std::string &text);
+// Replaces every setting that travels and the whole lists of exclusions and schedules, or nothing.
+// The schedules begin anew with `now`, in seconds since 1970.
+ImportOutcome importSettings(Database &database, const std::string &text, std::int64_t now);
 
 } // namespace talo::store

@@ -1,6 +1,7 @@
 #include "server.h"
 
 #include "confinement.h"
+#include "scan/priority.h"
 #include "scanloop.h"
 
 #include <cerrno>
@@ -97,14 +98,14 @@ void Server::startWorker(const protocol::Fork &request, int socket)
     const pid_t server = getpid();
     const pid_t pid = fork();
     if (pid == 0)
-        becomeWorker(slot, socket, server);
+        becomeWorker(request, slot, socket, server);
     if (pid < 0)
         ended(slot, request.slot, protocol::EndedBy::ForkRefused, errno);
     else
         slot.worker = pid;
 }
 
-void Server::becomeWorker(const Slot &slot, int socket, pid_t server)
+void Server::becomeWorker(const protocol::Fork &request, const Slot &slot, int socket, pid_t server)
 {
     const auto refuse = [&socket](const std::string &reason) {
         protocol::StartFailed message;
@@ -115,6 +116,8 @@ void Server::becomeWorker(const Slot &slot, int socket, pid_t server)
     // Not inherited from the server, and lost if the server has ended before.
     if (prctl(PR_SET_PDEATHSIG, SIGKILL) != 0 || getppid() != server)
         _exit(1);
+    if (request.background != 0)
+        scan::runInBackground();
     sigset_t none;
     sigemptyset(&none);
     sigprocmask(SIG_SETMASK, &none, nullptr);

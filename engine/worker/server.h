@@ -30,7 +30,8 @@ private:
 
     bool handleRequest();
     void startWorker(const scan::protocol::Fork &request, int socket);
-    [[noreturn]] void becomeWorker(const Slot &slot, int socket, pid_t server);
+    [[noreturn]] void becomeWorker(const scan::protocol::Fork &request, const Slot &slot,
+                                   int socket, pid_t server);
     void reapWorkers();
     void ended(const Slot &slot, std::uint32_t index, scan::protocol::EndedBy by, int number);
     void endWorkers();

@@ -1,7 +1,13 @@
 // The editor of one scheduled scan.
 #pragma once
 
+#include <QString>
 #include <QWidget>
+
+class QComboBox;
+class QHBoxLayout;
+class QTextEdit;
+class QTimeEdit;
 
 class ConfigureScheduleScan : public QWidget
 {
@@ -20,8 +26,32 @@ public:
 signals:
     void ShowScheduleScanPage();
 
-private:
-    void createTop();
+public slots:
+    void btnSaveSchClicked();
+    void cmbFrequnecyChanged(int index);
 
+private:
+    enum class Mode { Add, Edit };
+
+    void createTop();
+    void createMiddle();
+    void createBottom();
+    QWidget *createFields();
+    QHBoxLayout *createNameRow();
+    QHBoxLayout *createFrequencyRow();
+    QHBoxLayout *createTimeRow();
+    int save() const;
+    void showRefusal(int code);
+
+    Mode mode_ = Mode::Add;
+    QString oldName_; // of the schedule being edited
     QWidget *top_ = nullptr;
+    QWidget *middle_ = nullptr;
+    QWidget *bottom_ = nullptr;
+    QWidget *container_ = nullptr;
+    QTextEdit *txtName_ = nullptr;
+    QComboBox *cmbType_ = nullptr;
+    QComboBox *cmbFrequency_ = nullptr;
+    QComboBox *cmbWeekday_ = nullptr;
+    QTimeEdit *startTime_ = nullptr;
 };

@@ -55,6 +55,9 @@ QWidget *Settings::createScanExcludeListConfigurationPage()
     excludeListTbl_->setSelectionBehavior(QAbstractItemView::SelectRows);
     excludeListTbl_->setSelectionMode(QAbstractItemView::SingleSelection);
     excludeListTbl_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    // Long paths differ at their ends; broken into lines, their ends would be out of sight.
+    excludeListTbl_->setWordWrap(false);
+    excludeListTbl_->setTextElideMode(Qt::ElideMiddle);
     excludeListTbl_->verticalHeader()->hide();
     excludeListTbl_->horizontalHeader()->setStretchLastSection(true);
 

@@ -10,6 +10,7 @@
 #include <QScreen>
 #include <QStackedWidget>
 #include <QStyle>
+#include <QTableWidget>
 #include <QToolButton>
 #include <QtTest>
 
@@ -83,6 +84,7 @@ private slots:
     void socialButtons();
     void laysOutCenter();
     void installsStyleSheet();
+    void showsTypesOfReportsWhole();
 
 private:
     QStackedWidget *stack() const;
@@ -326,6 +328,21 @@ void MainWindowTest::installsStyleSheet()
     for (const char *name : {"taloicon", "btnHome", "btnSettings", "btnHelp", "btnSecureLogo"}) {
         QVERIFY2(!window_->findChild<QToolButton *>(name)->icon().isNull(), name);
     }
+}
+
+// The widths of the columns are fixed, so the size of the letters must suit them.
+void MainWindowTest::showsTypesOfReportsWhole()
+{
+    auto *table = page("Report")->findChild<QTableWidget *>();
+    table->ensurePolished();
+    QFont font("DejaVu Sans"); // the widest of those that desktops come with
+    font.setPixelSize(table->font().pixelSize());
+    QCOMPARE(QFontInfo(font).family(), QString("DejaVu Sans"));
+    const int margin =
+        table->style()->pixelMetric(QStyle::PM_FocusFrameHMargin, nullptr, table) + 1;
+    const int room = table->columnWidth(1) - 1 - 2 * margin; // beside the line of the grid
+    const int needed = QFontMetrics(font).horizontalAdvance("Scheduled Quick Scan");
+    QVERIFY2(needed <= room, qPrintable(QString("%1 of %2").arg(needed).arg(room)));
 }
 
 QTEST_MAIN(MainWindowTest)

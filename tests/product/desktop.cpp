@@ -1,12 +1,19 @@
 #include "product/desktop.h"
 
+#include "app/app.h"
+
 #include <QAbstractButton>
+#include <QComboBox>
 #include <QFileSystemModel>
-#include <QMessageBox>
+#include <QLineEdit>
 #include <QProcess>
 #include <QScreen>
+#include <QTextEdit>
 #include <QThread>
 #include <QTreeView>
+#include <QWindow>
+
+#include <thread>
 
 namespace talo::test
 {
@@ -37,6 +44,24 @@ QAbstractButton *button(const std::function<bool(QAbstractButton *)> &wanted)
     return nullptr;
 }
 
+template <typename W> W *named(const QString &accessibleName)
+{
+    QWidget *window = front();
+    if (!window)
+        return nullptr;
+    for (W *candidate : window->findChildren<W *>()) {
+        if (candidate->isVisible() && candidate->accessibleName() == accessibleName)
+            return candidate;
+    }
+    return nullptr;
+}
+
+void xdotool(const QStringList &arguments)
+{
+    if (QProcess::execute("xdotool", arguments) != 0)
+        throw Failure("xdotool failed");
+}
+
 QPoint middle(QWidget *widget)
 {
     return widget->mapToGlobal(widget->rect().center());
@@ -57,11 +82,8 @@ void Desktop::await(const std::string &what, std::function<bool()> condition, in
 void Desktop::clickAt(const std::function<QPoint()> &where) const
 {
     const QPoint point = see<QPoint>(where);
-    const int code =
-        QProcess::execute("xdotool", {"mousemove", QString::number(point.x()),
-                                      QString::number(point.y()), "sleep", "0.05", "click", "1"});
-    if (code != 0)
-        throw Failure("xdotool failed");
+    xdotool({"mousemove", QString::number(point.x()), QString::number(point.y()), "sleep", "0.05",
+             "click", "1"});
 }
 
 void Desktop::click(const char *objectName) const
@@ -84,20 +106,77 @@ void Desktop::clickText(const QString &text) const
 
 void Desktop::clickItem(const QModelIndex &index, QAbstractItemView *view) const
 {
-    clickAt([&] { return view->viewport()->mapToGlobal(view->visualRect(index).center()); });
+    // An item may be wider than what is seen of it.
+    clickAt([&] {
+        const QRect seen = view->visualRect(index) & view->viewport()->rect();
+        return view->viewport()->mapToGlobal(seen.center());
+    });
 }
 
-QString Desktop::answerMessage() const
+void Desktop::type(const QString &fieldName, const QString &text) const
+{
+    const auto field = [&fieldName]() -> QWidget * {
+        if (QWidget *line = named<QLineEdit>(fieldName))
+            return line;
+        return named<QTextEdit>(fieldName);
+    };
+    const auto content = [&field] {
+        if (const auto *line = qobject_cast<QLineEdit *>(field()))
+            return line->text();
+        return qobject_cast<QTextEdit *>(field())->toPlainText();
+    };
+    await(fieldName.toStdString(), [&] { return field() != nullptr; });
+    clickAt([&] { return middle(field()); });
+    xdotool({"key", "ctrl+a", "BackSpace"});
+    await("an empty field", [&] { return content().isEmpty(); });
+    if (!text.isEmpty())
+        xdotool({"type", text});
+    await("what was typed", [&] { return content() == text; });
+}
+
+void Desktop::pick(const QString &boxName, const QString &entry) const
+{
+    const auto box = [&boxName] { return named<QComboBox>(boxName); };
+    const auto open = [] { return QApplication::activePopupWidget() != nullptr; };
+    await(boxName.toStdString(), [&] { return box() != nullptr; });
+    QComboBox *const found = see<QComboBox *>(box);
+    clickAt([&] { return middle(found); });
+    await("the open box", open);
+    const QModelIndex index = see<QModelIndex>(
+        [&] { return found->model()->index(found->findText(entry), found->modelColumn()); });
+    if (!index.isValid())
+        throw Failure(boxName.toStdString() + " has no entry " + entry.toStdString());
+    // A click too soon after the one that opened the box counts as a part of it and picks nothing.
+    for (int tries = 0; see<bool>(open); ++tries) {
+        if (tries == 20)
+            throw Failure("cannot pick " + entry.toStdString());
+        clickItem(index, found->view());
+        for (int waits = 0; waits < 10 && see<bool>(open); ++waits)
+            QThread::msleep(50);
+    }
+    await(entry.toStdString(), [&] { return found->currentText() == entry; });
+}
+
+void Desktop::press(const char *key) const
+{
+    xdotool({"key", key});
+}
+
+QString Desktop::answerMessage(QMessageBox::StandardButton answer) const
 {
     const auto box = [] { return qobject_cast<QMessageBox *>(QApplication::activeModalWidget()); };
     await("a message box", [&] { return box() && box()->isVisible(); });
-    const QString text = see<QString>([&] { return box()->text(); });
-    clickAt([&] { return middle(box()->buttons().first()); });
-    await("the message box to close", [&] { return !box(); });
+    const QMessageBox *const answered = see<QMessageBox *>(box);
+    QString text = see<QString>([&] { return box()->text(); });
+    clickAt([&] {
+        return middle(answer == QMessageBox::NoButton ? box()->buttons().first()
+                                                      : box()->button(answer));
+    });
+    await("the message box to close", [&] { return box() != answered; });
     return text;
 }
 
-void Desktop::choose(const QString &path) const
+void Desktop::mark(const QString &path) const
 {
     const auto tree = [] {
         QWidget *dialog = QApplication::activeModalWidget();
@@ -122,6 +201,11 @@ void Desktop::choose(const QString &path) const
         return tree()->viewport()->mapToGlobal(tree()->visualRect(index()).center());
     });
     await("the folder to be the current one", [&] { return tree()->currentIndex() == index(); });
+}
+
+void Desktop::choose(const QString &path) const
+{
+    mark(path);
     clickText("OK");
 }
 
@@ -135,6 +219,32 @@ void Desktop::screenshot(const std::string &name) const
         return QApplication::primaryScreen()->grabWindow(0).save(
             QString::fromLocal8Bit(folder) + '/' + QString::fromStdString(name) + ".png");
     });
+}
+
+std::string play(const std::function<void(const Desktop &)> &person)
+{
+    // Closing the windows at the end of one person's steps must not end the next one's.
+    QApplication::setQuitOnLastWindowClosed(false);
+    TaloAntivirus_Linux_App window;
+    window.show();
+    std::string failure;
+    std::thread thread([&] {
+        const Desktop desktop;
+        try {
+            desktop.await("the window", [&] { return window.windowHandle()->isExposed(); });
+            person(desktop);
+        } catch (const Failure &problem) {
+            failure = problem.what();
+            desktop.screenshot("failed");
+        }
+        // Close whatever a failure left open, so that its exec() returns.
+        QMetaObject::invokeMethod(qApp, [] { QApplication::closeAllWindows(); });
+        QMetaObject::invokeMethod(
+            qApp, [] { QApplication::exit(); }, Qt::QueuedConnection);
+    });
+    QApplication::exec();
+    thread.join();
+    return failure;
 }
 
 } // namespace talo::test

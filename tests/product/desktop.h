@@ -1,4 +1,5 @@
-// A person at a desktop: looks at the windows of this process and clicks through the X server.
+// A person at a desktop: looks at the windows of this process, and clicks and types through the X
+// server.
 //
 // The steps run on a thread of their own, so that they go on while a dialog keeps the slot that
 // opened it from returning.
@@ -6,6 +7,7 @@
 
 #include <QAbstractItemView>
 #include <QApplication>
+#include <QMessageBox>
 #include <QWidget>
 #include <functional>
 #include <stdexcept>
@@ -39,10 +41,18 @@ public:
     void clickText(const QString &text) const;
     void clickItem(const QModelIndex &index, QAbstractItemView *view) const;
 
-    // Takes the front message box for its text and answers it by its first button.
-    QString answerMessage() const;
+    // Types over what the text field says, which screen readers know by this name.
+    void type(const QString &fieldName, const QString &text) const;
+    // Opens the box that screen readers know by this name, and clicks one of its entries.
+    void pick(const QString &boxName, const QString &entry) const;
+    void press(const char *key) const;
 
-    // Shows a folder in the chooser that is open, clicks it and clicks OK.
+    // Takes the front message box for its text and answers it, by its first button if none is said.
+    QString answerMessage(QMessageBox::StandardButton answer = QMessageBox::NoButton) const;
+
+    // Shows a folder or file in the chooser that is open, and clicks it.
+    void mark(const QString &path) const;
+    // The same, and clicks OK.
     void choose(const QString &path) const;
 
     void screenshot(const std::string &name) const;
@@ -50,5 +60,9 @@ public:
 private:
     void clickAt(const std::function<QPoint()> &where) const;
 };
+
+// Shows the product's window to a person, and returns what kept that person from finishing, or
+// nothing.
+std::string play(const std::function<void(const Desktop &)> &person);
 
 } // namespace talo::test

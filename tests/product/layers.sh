@@ -12,14 +12,19 @@ declare -A allowed=(
     [src/app]='app/ pages/ engine/'
     [engine/interface]='interface/'
     [engine/files]='files/'
+    [engine/update]='update/ files/'
     [engine/store]='store/'
+    [engine/schedule]='schedule/'
     [engine/scan]='scan/ files/'
-    [engine/worker]='worker/ scan/workerprotocol.h'
+    [engine/worker]='worker/ scan/workerprotocol.h scan/priority.h'
     [engine/disinfect]='disinfect/ worker/confinement.h worker/isolation.h
         scan/disinfectprotocol.h'
+    [engine/update]='update/ files/'
     [engine/client]='client/ engine/ interface/ files/'
-    [engine/service]='service/ interface/ files/ store/ scan/'
-    [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h'
+    [engine/guard]='guard/ files/'
+    [engine/service]='service/ interface/ files/ guard/ scan/ schedule/ store/ update/'
+    [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h
+        pages/boxes.h pages/signatureupdate.h pages/sigupdatethread.h pages/textbutton.h'
 )
 
 wrong=0
@@ -53,8 +58,8 @@ if grep -rlE '#include <Q(Application|Widget|MainWindow|Dialog|MessageBox)' engi
     echo "only engine/programs may use widgets"
     wrong=1
 fi
-if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/store engine/scan engine/worker \
-    engine/disinfect; then
+if grep -rlE '#include <Q[A-Z]|Qt5::' engine/files engine/guard engine/store engine/schedule \
+    engine/scan engine/worker engine/disinfect engine/update; then
     echo "these rooms do without Qt"
     wrong=1
 fi

@@ -3,12 +3,11 @@
 //
 // Needs root, for a /usr/local of its own; the product then runs as an ordinary user.
 
-#include "app/app.h"
 #include "product/desktop.h"
+#include "product/installation.h"
 
 #include <QDir>
 #include <QFile>
-#include <QProcess>
 #include <QRegularExpression>
 #include <QTableWidget>
 #include <QTemporaryDir>
@@ -16,119 +15,10 @@
 #include <QThread>
 #include <QtTest>
 
-#include <csignal>
-#include <cstdio>
-#include <fcntl.h>
-#include <fstream>
-#include <grp.h>
 #include <memory>
-#include <sched.h>
-#include <sys/mount.h>
-#include <sys/prctl.h>
 #include <sys/stat.h>
-#include <thread>
-#include <unistd.h>
 
-using talo::test::Desktop;
-using talo::test::Failure;
-
-namespace
-{
-
-constexpr uid_t kUser = 61234; // nobody else's
-constexpr char kPrefix[] = "/usr/local/taloantivirus";
-
-// Written in two halves, so that this file is none.
-const QByteArray kEicar =
-    QByteArray("X5O!P%@AP[4\\PZX54(P^)7CC)7}$EICAR-STANDARD-") + "ANTIVIRUS-TEST-FILE!$H+H*";
-
-QByteArray run(const QString &program, const QStringList &arguments, int *code = nullptr)
-{
-    QProcess process;
-    process.setProcessChannelMode(QProcess::MergedChannels);
-    process.start(program, arguments);
-    if (!process.waitForFinished(300000)) {
-        process.kill();
-        process.waitForFinished();
-    }
-    if (code)
-        *code = process.exitCode();
-    return process.readAll();
-}
-
-void write(const QString &path, const QByteArray &content)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(content) != content.size())
-        throw Failure("cannot write " + path.toStdString());
-}
-
-// A process that lives as long as this object, and never longer than this process.
-class Running
-{
-public:
-    Running(const QString &program, const QStringList &arguments)
-    {
-        process_.setProcessChannelMode(QProcess::ForwardedErrorChannel);
-        // A crash of this process must not leave it behind.
-        process_.start("setpriv", QStringList{"--pdeathsig", "TERM", "--", program} + arguments);
-        if (!process_.waitForStarted())
-            throw Failure("cannot start " + program.toStdString());
-    }
-    ~Running()
-    {
-        process_.terminate();
-        if (!process_.waitForFinished(10000)) {
-            process_.kill();
-            process_.waitForFinished();
-        }
-    }
-    QByteArray readLine()
-    {
-        while (!process_.canReadLine()) {
-            if (!process_.waitForReadyRead(10000))
-                throw Failure("a server said nothing");
-        }
-        return process_.readLine().trimmed();
-    }
-
-private:
-    QProcess process_;
-};
-
-// Makes /usr/local ours, puts the build there, and becomes an ordinary user. Runs before anything
-// of Qt does. Returns why it could not, or nothing.
-std::string prepare(const char *buildFolder)
-{
-    if (geteuid() != 0)
-        return "needs root, to install the product where its programs look for each other";
-    if (unshare(CLONE_NEWNS) || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr))
-        return "needs a mount namespace";
-    if (mount("talo-test", "/usr/local", "tmpfs", 0, "mode=0755"))
-        return "cannot mount";
-    // A message bus admits only users that the system knows.
-    std::ifstream known("/etc/passwd");
-    std::ofstream users("/usr/local/passwd");
-    users << known.rdbuf() << "talo-test:x:" << kUser << ":" << kUser
-          << "::/nonexistent:/bin/false\n";
-    users.close();
-    if (mount("/usr/local/passwd", "/etc/passwd", nullptr, MS_BIND, nullptr))
-        return "cannot make a user known";
-    const std::string install =
-        "/usr/bin/env cmake --install '" + std::string(buildFolder) + "' >/dev/null";
-    // NOLINTNEXTLINE(cert-env33-c, bugprone-command-processor): our own build folder, quoted
-    if (std::system(install.c_str()) != 0)
-        return "cmake --install failed";
-    return {};
-}
-
-bool becomeUser()
-{
-    return setgroups(0, nullptr) == 0 && setresgid(kUser, kUser, kUser) == 0 &&
-           setresuid(kUser, kUser, kUser) == 0;
-}
-
-} // namespace
+using namespace talo::test;
 
 class ProductScanTest : public QObject
 {
@@ -149,48 +39,24 @@ private:
     QString corpus_;
     QStringList expected_;
     QString saved_;
-    std::unique_ptr<Running> bus_;
-    std::unique_ptr<Running> talod_;
+    std::unique_ptr<Engine> engine_;
 };
 
 void ProductScanTest::initTestCase()
 {
     QVERIFY(home_.isValid());
     QVERIFY(QDir::setCurrent(home_.path()));
-    qputenv("HOME", home_.path().toLocal8Bit());
-    qputenv("XDG_RUNTIME_DIR", home_.path().toLocal8Bit());
-    qunsetenv("XDG_DATA_HOME");
     fillCorpus();
     expected_ = clamscanFindings();
     QVERIFY2(expected_.size() > 40, "clamscan should know the test files");
 
-    write(home_.filePath("bus.conf"),
-          QString("<busconfig><type>session</type><listen>unix:path=%1/bus</listen>"
-                  "<policy context='default'><allow send_destination='*'/>"
-                  "<allow receive_sender='*'/><allow own='*'/></policy></busconfig>")
-              .arg(home_.path())
-              .toUtf8());
-    bus_ = std::make_unique<Running>("dbus-daemon",
-                                     QStringList{"--config-file=" + home_.filePath("bus.conf"),
-                                                 "--nofork", "--nopidfile", "--print-address=1"});
-    const QByteArray address = bus_->readLine();
-    qputenv("TALO_BUS", address);
-    talod_ = std::make_unique<Running>(
-        QString(kPrefix) + "/bin/talod",
-        QStringList{"--bus", address, "--state", home_.filePath("state")});
-    QTRY_COMPARE_WITH_TIMEOUT(
-        [] {
-            int code = -1;
-            run(QString(kPrefix) + "/bin/talo", {"status"}, &code);
-            return code;
-        }(),
-        0, 10000);
+    engine_ = std::make_unique<Engine>(home_.path());
+    engine_->start(home_.filePath("state"));
 }
 
 void ProductScanTest::cleanupTestCase()
 {
-    talod_.reset();
-    bus_.reset();
+    engine_.reset();
     // A folder that nobody may read is not removed with the rest.
     chmod(QFile::encodeName(corpus_ + "/unreadable").constData(), 0700);
 }
@@ -200,8 +66,8 @@ void ProductScanTest::fillCorpus()
     corpus_ = home_.filePath("corpus");
     QVERIFY(QDir().mkpath(corpus_));
     run("cp", {"-r", "/usr/share/clamav-testfiles", corpus_});
-    write(corpus_ + "/eicar.com", kEicar);
-    write(corpus_ + "/one,two#three\nfour", kEicar);
+    write(corpus_ + "/eicar.com", eicar());
+    write(corpus_ + "/one,two#three\nfour", eicar());
     write(corpus_ + "/harmless.txt", "nothing here\n");
     write(corpus_ + "/unreadable", "secret\n");
     QCOMPARE(chmod(QFile::encodeName(corpus_ + "/unreadable").constData(), 0), 0);
@@ -290,25 +156,7 @@ void ProductScanTest::drive(const Desktop &desktop)
 void ProductScanTest::customScanIsReportedReadSavedAndDeleted()
 {
     QVERIFY(QDir().mkpath(home_.filePath("saved")));
-    TaloAntivirus_Linux_App window;
-    window.show();
-    QVERIFY(QTest::qWaitForWindowExposed(&window));
-
-    std::string failure;
-    std::thread person([&] {
-        try {
-            drive(Desktop());
-        } catch (const Failure &problem) {
-            failure = problem.what();
-            Desktop().screenshot("failed");
-        }
-        // Close whatever a failure left open, so that its exec() returns.
-        QMetaObject::invokeMethod(qApp, [] { QApplication::closeAllWindows(); });
-        QMetaObject::invokeMethod(
-            qApp, [] { QApplication::exit(); }, Qt::QueuedConnection);
-    });
-    QApplication::exec();
-    person.join();
+    const std::string failure = play([this](const Desktop &desktop) { drive(desktop); });
     QVERIFY2(failure.empty(), failure.c_str());
 
     const QStringList files = QDir(home_.filePath("saved")).entryList(QDir::Files);
@@ -353,7 +201,7 @@ void ProductScanTest::terminalTellsTheSame()
     QCOMPARE(code, 0);
     QFile back(corpus_ + "/eicar.com");
     QVERIFY(back.open(QIODevice::ReadOnly));
-    QCOMPARE(back.readAll(), kEicar);
+    QCOMPARE(back.readAll(), eicar());
 
     run("env", {"-u", "DISPLAY", QString(kPrefix) + "/bin/CustomScan", corpus_ + "/eicar.com", "2"},
         &code);
@@ -365,25 +213,8 @@ void ProductScanTest::terminalTellsTheSame()
 
 int main(int argc, char **argv)
 {
-    const std::string why = prepare(TALO_BUILD_FOLDER);
-    if (!why.empty() || !becomeUser()) {
-        std::printf("SKIP   : %s\n", why.empty() ? "cannot change the user" : why.c_str());
-        return 77;
-    }
-    try {
-        Running display("Xvfb", {"-displayfd", "1", "-screen", "0", "1024x768x24", "-nolisten",
-                                 "tcp", "-dpi", "96"});
-        qputenv("DISPLAY", ":" + display.readLine());
-        qputenv("QT_QPA_PLATFORM", "xcb");
-        qunsetenv("WAYLAND_DISPLAY");
-        qunsetenv("DBUS_SESSION_BUS_ADDRESS");
-        QApplication app(argc, argv);
-        ProductScanTest test;
-        return QTest::qExec(&test, argc, argv);
-    } catch (const Failure &problem) {
-        std::printf("FAIL!  : %s\n", problem.what());
-        return 1;
-    }
+    return testInstalled(argc, argv, TALO_BUILD_FOLDER,
+                         [] { return std::make_unique<ProductScanTest>(); });
 }
 
 #include "scan_test.moc"

@@ -6,8 +6,6 @@
 
 #include <QCoreApplication>
 
-#include <array>
-
 namespace talo::programs
 {
 
@@ -27,6 +25,13 @@ constexpr char kUsage[] =
     "  quarantine list             what was taken away\n"
     "  quarantine restore ID       put it back where it was\n"
     "  quarantine purge ID         destroy it for good\n"
+    "  schedule list | add NAME ... | remove NAME | next\n"
+    "                              scans at set times; \"talo schedule --help\" tells more\n"
+    "  update signatures [--check] fetch new signatures, or tell how the last updates went\n"
+    "  shred [--yes] [--passes=N] FILE...\n"
+    "                              destroy files beyond recovery; --yes asks no questions\n"
+    "  duplicates FOLDER           files with equal content, the largest gain first\n"
+    "  update program [--check]    install a newer release of the program, or tell of one\n"
     "  help, --version\n"
     "\n"
     "Exit status of a scan: 0 no threats, 1 threats found, 2 it failed or was stopped.\n"
@@ -38,12 +43,12 @@ struct Command {
     int (*run)(const Words &words);
 };
 
-constexpr std::array<Command, 4> kCommands{{
-    {"status", statusCommand},
-    {"scan", scanCommand},
-    {"report", reportCommand},
-    {"quarantine", quarantineCommand},
-}};
+constexpr Command kCommands[] = {
+    {"status", statusCommand},         {"scan", scanCommand},         {"report", reportCommand},
+    {"quarantine", quarantineCommand}, {"schedule", scheduleCommand}, {"shred", shredCommand},
+    {"duplicates", duplicatesCommand},
+    {"update", updateCommand},
+};
 
 int print(const char *text)
 {

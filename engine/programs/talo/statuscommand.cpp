@@ -6,6 +6,7 @@
 #include "interface/types.h"
 #include "programs/console.h"
 #include "programs/format.h"
+#include "programs/guards.h"
 #include "programs/printable.h"
 #include "programs/scanwords.h"
 #include "programs/signatures.h"
@@ -57,6 +58,9 @@ int statusCommand(const Words &words)
     row("Scans:", jobWords(qdbus_cast<interface::RunningJobs>(running->at(0))));
     row("Signatures:", signatures.inUse);
     row("Folder:", text("signatureFolder"));
+    row("Firewall:", firewallWords(status));
+    row("USB storage:", storageWords(status));
+    row("Drives:", driveWords(status));
     if (!signatures.advice.isEmpty())
         console.line(signatures.advice);
     return console.flush() ? 0 : ScanFailed;

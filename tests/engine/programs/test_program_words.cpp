@@ -2,6 +2,7 @@
 #include "interface/names.h"
 #include "programs/columns.h"
 #include "programs/format.h"
+#include "programs/guards.h"
 #include "programs/printable.h"
 #include "programs/progressline.h"
 #include "programs/scanwords.h"
@@ -40,6 +41,7 @@ private slots:
     void notScannedIsNeverHidden();
     void signatures_data();
     void signatures();
+    void guards();
 };
 
 namespace
@@ -283,6 +285,36 @@ void TestProgramWords::notScannedIsNeverHidden()
     QCOMPARE(notScannedSentence(progress),
              QStringLiteral("1,234 files were not scanned: 1,200 skipped, 34 with errors."));
     QCOMPARE(filesScanned(progress), quint64{0});
+}
+
+void TestProgramWords::guards()
+{
+    const auto status = [](const char *firewall, bool guards, const QStringList &others) {
+        return QVariantMap{{QStringLiteral("firewall"), QLatin1String(firewall)},
+                           {QStringLiteral("guardsMachine"), guards},
+                           {QStringLiteral("otherFirewalls"), others}};
+    };
+    QVERIFY(firewallWords(status("on", true, {})).startsWith(QStringLiteral("on, ")));
+    QVERIFY(!firewallWords(status("on", true, {})).contains(QLatin1Char(';')));
+    QVERIFY(firewallWords(status("off", true, {QStringLiteral("ufw"), QStringLiteral("firewalld")}))
+                .endsWith(QStringLiteral("; also at work: ufw, firewalld")));
+    QVERIFY(firewallWords(status("altered", true, {})).startsWith(QStringLiteral("in place, but")));
+    for (const QVariantMap &unknown : {status("unknown", false, {}), QVariantMap()})
+        QCOMPARE(firewallWords(unknown),
+                 QStringLiteral("not known, only root's service is told; this service cannot "
+                                "switch it"));
+
+    QVariantMap usb{{QStringLiteral("usbOpen"), 2U}, {QStringLiteral("usbBlocked"), 0U}};
+    QCOMPARE(storageWords(usb), QStringLiteral("full access; 2 plugged in and working, 0 blocked"));
+    usb[QStringLiteral("usbFlag")] = true;
+    QCOMPARE(storageWords(usb),
+             QStringLiteral("blocked; 2 plugged in and working, 0 blocked; udev has no rule for "
+                            "it, so only while the service runs"));
+    usb[QStringLiteral("usbRule")] = true;
+    QCOMPARE(storageWords(usb), QStringLiteral("blocked; 2 plugged in and working, 0 blocked"));
+
+    QVERIFY(driveWords({}).contains(QStringLiteral("are not scanned")));
+    QVERIFY(!driveWords({{QStringLiteral("driveScan"), true}}).contains(QStringLiteral("not")));
 }
 
 void TestProgramWords::signatures_data()

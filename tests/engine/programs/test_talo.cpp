@@ -32,6 +32,7 @@ private slots:
     void quarantine();
     void everythingFailsWithoutABus_data();
     void everythingFailsWithoutABus();
+    void duplicatesNeedNoService();
     void fullOutputIsAFailure();
 
 private:
@@ -63,12 +64,27 @@ void TestTalo::cleanup()
 void TestTalo::wrongUsage_data()
 {
     QTest::addColumn<QString>("line");
-    for (const char *line :
-         {"", "nothing", "status now", "scan", "scan --slow", "scan --full /tmp", "scan --",
-          "report", "report show", "report delete", "report frobnicate x", "report list --from",
-          "report list --from yesterday", "report list --from 2026-02-30",
-          "report list --since 2026-02-03", "quarantine", "quarantine list all",
-          "quarantine restore", "quarantine purge a b"})
+    for (const char *line : {"",
+                             "nothing",
+                             "status now",
+                             "scan",
+                             "scan --slow",
+                             "scan --full /tmp",
+                             "scan --",
+                             "report",
+                             "report show",
+                             "report delete",
+                             "report frobnicate x",
+                             "report list --from",
+                             "report list --from yesterday",
+                             "report list --from 2026-02-30",
+                             "report list --since 2026-02-03",
+                             "quarantine",
+                             "quarantine list all",
+                             "quarantine restore",
+                             "quarantine purge a b",
+                             "duplicates",
+                             "duplicates a b"})
         QTest::newRow(line) << line;
 }
 
@@ -99,6 +115,8 @@ void TestTalo::status()
     QVERIFY(end.out.contains("updated set, version 27123, less than a day old, 2,036,512 "
                              "signatures\n"));
     QVERIFY(end.out.contains("/var/lib/signatures\n"));
+    for (const char *caption : {"\nFirewall:", "\nUSB storage:", "\nDrives:"})
+        QVERIFY2(end.out.contains(caption), caption);
 }
 
 void TestTalo::scansEveryPath()
@@ -202,6 +220,23 @@ void TestTalo::everythingFailsWithoutABus()
                                       QStringLiteral("unix:path=/nonexistent/bus"));
     QCOMPARE(end.code, 2);
     QVERIFY(end.err.contains("There is no message bus"));
+}
+
+void TestTalo::duplicatesNeedNoService()
+{
+    const QTemporaryDir folder;
+    for (const char *name : {"a", "b"}) {
+        QFile file(folder.filePath(QLatin1String(name)));
+        QVERIFY(file.open(QIODevice::WriteOnly));
+        QCOMPARE(file.write("same"), 4);
+    }
+    const ProgramEnd end = talo({QStringLiteral("duplicates"), folder.path()});
+    QCOMPARE(end.code, 0);
+    const QByteArray path = QFile::encodeName(folder.path());
+    QCOMPARE(end.out, QByteArray("0001  a  2 copies of 4 bytes\n    " + path + "/a\n    " + path +
+                                 "/b\n1 duplicate file, 4 bytes to be freed\n"));
+    QCOMPARE(talo({QStringLiteral("duplicates"), folder.filePath(QStringLiteral("none"))}).code, 2);
+    QVERIFY(service_->calls().isEmpty());
 }
 
 void TestTalo::fullOutputIsAFailure()

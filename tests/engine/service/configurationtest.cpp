@@ -96,4 +96,27 @@ TEST_F(Configuration, IsAFileAndNothingThatOneCouldWaitFor)
     EXPECT_FALSE(readMailSettings(file(), failure_));
 }
 
+TEST_F(Configuration, NamesTheSourceOfReleases)
+{
+    const auto source = [this](const std::string &content, mode_t mode = 0600) {
+        std::ofstream(file()) << content;
+        chmod(file().c_str(), mode);
+        failure_.clear();
+        return readProgramSource(file(), failure_);
+    };
+    EXPECT_EQ(source("[Mail]\nSource=x\n[ProgramUpdate]\n Source = https://example.org/a \n"),
+              "https://example.org/a");
+    EXPECT_EQ(failure_, "");
+    for (const char *none : {"", "[Mail]\nSource=x\n", "[ProgramUpdate]\n", "Source=x\n",
+                             "[ProgramUpdate]\nSource=\n"}) {
+        EXPECT_EQ(source(none), "") << none;
+        EXPECT_EQ(failure_, "no update source is configured");
+    }
+    EXPECT_EQ(source("[ProgramUpdate]\nSource=https://example.org/\n", 0602), "");
+    EXPECT_NE(failure_.find("everybody may write it"), std::string::npos);
+    unlink(file().c_str());
+    EXPECT_EQ(readProgramSource(file(), failure_), "");
+    EXPECT_EQ(failure_, "no update source is configured");
+}
+
 } // namespace talo::service

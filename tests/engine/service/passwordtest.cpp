@@ -3,6 +3,8 @@
 #include "engine/service/quickpassword.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "store/database.h"
+#include "store/statement.h"
 
 #include <QDBusPendingCall>
 #include <QDBusReply>
@@ -42,24 +44,154 @@ QList<Method> guarded()
         {kSettings, "ApplyDefault", {"General"}},
         {kSettings, "ApplyDefault", {"DeviceControl"}},
         {kSettings, "Import", {QByteArray("[General]\n")}},
+        {kFirewall, "Trigger", {1}},
+        {kFirewall, "Trigger", {2}},
         {kExclusions, "Add", {QByteArray("/tmp"), 401}},
         {kExclusions, "Remove", {QByteArray("/opt"), 401}},
+        {kSchedules, "Add", {QByteArray("night"), 1, 501, 8, 3, 0}},
+        {kSchedules, "Edit", {QByteArray("noon"), QByteArray("noons"), 3, 501, 8, 12, 0}},
+        {kSchedules, "Remove", {QByteArray("noon")}},
     };
 }
 
-// The others. Whoever adds a method must say here, too, which sort it is of.
+// The others. A method that is not named here must be refused without the password.
 const QStringList kOpen{
-    "Status.GetStatus",   "Scan.Start",       "Scan.Pause",           "Scan.Resume",
-    "Scan.Stop",          "Scan.Progress",    "Scan.Running",         "Reports.List",
-    "Reports.Read",       "Reports.Delete",   "Reports.LastFullScan", "Quarantine.List",
-    "Quarantine.Restore", "Quarantine.Purge", "Settings.Get",         "Settings.NotifyChange",
-    "Settings.Export",    "Exclusions.List",  "Password.Exists",      "Password.Protection",
-    "Password.Validate",  "Password.Create",  "Password.Change",      "Password.Reset",
+    "Status.GetStatus",
+    "Scan.Start",
+    "Scan.Pause",
+    "Scan.Resume",
+    "Scan.Stop",
+    "Scan.Progress",
+    "Scan.Running",
+    "Reports.List",
+    "Reports.Read",
+    "Reports.Delete",
+    "Reports.LastFullScan",
+    "Quarantine.List",
+    "Quarantine.Restore",
+    "Quarantine.Purge",
+    "Settings.Get",
+    "Settings.NotifyChange",
+    "Settings.Export",
+    "Exclusions.List",
+    "Password.Exists",
+    "Password.Protection",
+    "Password.Validate",
+    "Password.Create",
+    "Password.Change",
+    "Password.Reset",
+    "Schedules.Details",
+    "Schedules.All",
+    "ProductUpdate.CheckProgram",
+    "ProductUpdate.UpdateProgram",
+    "ProductUpdate.StopProgramUpdate",
+    "ProductUpdate.ProgramUpdateProgress",
+    "Updates.UpdateState",
+    "Updates.SignatureUpdateProgress",
+    "Updates.PrepareSignatureUpdate",
+    "Updates.StartSignatureUpdate",
+    "Updates.StopSignatureUpdate",
 };
 
-QString shortName(const QString &interface, const QString &method)
+// Those of them that do something, if nothing that the password guards. The rest only reads.
+const QStringList kActing{
+    "Scan.Start",
+    "Scan.Pause",
+    "Scan.Resume",
+    "Scan.Stop",
+    "Reports.Delete",
+    "Quarantine.Restore",
+    "Quarantine.Purge",
+    "Settings.NotifyChange",
+    "Password.Validate",
+    "Password.Create",
+    "Password.Change",
+    "Password.Reset",
+    "Updates.PrepareSignatureUpdate",
+    "Updates.StartSignatureUpdate",
+    "Updates.StopSignatureUpdate",
+};
+
+struct Described {
+    QString interface;
+    QString name;
+    QStringList types; // of the arguments
+    QString shortName() const { return interface.section('.', -1) + '.' + name; }
+};
+
+// Every method of the service, as it describes itself.
+QList<Described> methodsIn(const QString &description)
 {
-    return interface.section('.', -1) + '.' + method;
+    QList<Described> methods;
+    QString interface;
+    bool inMethod = false;
+    QXmlStreamReader xml(description);
+    while (!xml.atEnd()) {
+        if (xml.readNext() != QXmlStreamReader::StartElement)
+            continue;
+        const QXmlStreamAttributes attributes = xml.attributes();
+        if (xml.name() == QLatin1String("interface"))
+            interface = attributes.value("name").toString();
+        if (xml.name() == QLatin1String("method") || xml.name() == QLatin1String("signal"))
+            inMethod =
+                xml.name() == QLatin1String("method") && interface.startsWith("org.taloantivirus.");
+        if (inMethod && xml.name() == QLatin1String("method"))
+            methods.append({interface, attributes.value("name").toString(), {}});
+        if (inMethod && xml.name() == QLatin1String("arg") &&
+            attributes.value("direction") != QLatin1String("out"))
+            methods.last().types += attributes.value("type").toString();
+    }
+    return methods;
+}
+
+// Some value of each type; an invalid one for a type that no method has taken yet.
+QVariantList someArguments(const QStringList &types)
+{
+    const QHash<QString, QVariant> values{
+        {"s", QString()},
+        {"ay", QByteArray()},
+        {"b", true},
+        {"i", 0},
+        {"u", 0U},
+        {"x", qlonglong(0)},
+        {"t", qulonglong(0)},
+        {"as", QStringList()},
+        {"a{si}", QVariant::fromValue(SettingMap())},
+    };
+    QVariantList arguments;
+    for (const QString &type : types)
+        arguments += values.value(type);
+    return arguments;
+}
+
+// Every row of every table of the store, which no service has open.
+QString stored(const QString &folder)
+{
+    std::string failure;
+    const auto database = talo::store::Database::open(folder.toStdString(), failure);
+    if (!database)
+        return QString();
+    using talo::store::Statement;
+    const auto texts = [&database](const std::string &sql) {
+        QStringList rows;
+        Statement statement(*database, sql.c_str());
+        while (statement.step() == Statement::Step::Row)
+            rows += QString::fromStdString(statement.text(0));
+        return rows;
+    };
+    QString all;
+    for (const QString &table :
+         texts("SELECT name FROM sqlite_master WHERE type = 'table' ORDER BY name")) {
+        const QStringList columns =
+            texts(QString("SELECT 'quote(\"' || name || '\")' FROM pragma_table_info('%1')")
+                      .arg(table)
+                      .toStdString());
+        const QStringList rows = texts(QString("SELECT %1 FROM \"%2\" ORDER BY 1")
+                                           .arg(columns.join(" || ',' || "), table)
+                                           .toStdString());
+        all += table + ":\n" + rows.join('\n') + '\n';
+    }
+    return all;
 }
 
 } // namespace
@@ -78,7 +210,7 @@ private slots:
     void checksInItsOrder();
     void refusesProtectionWithoutPassword();
     void guardsEverythingThatChanges();
-    void knowsTheSortOfEveryMethod();
+    void leavesTheStoreAsItIs();
     void trustsAConnectionAndNoOther();
     void endsTrustWithThePassword();
     void guardsDeviceControlAlways();
@@ -88,6 +220,7 @@ private slots:
     void keepsPasswordsOutOfTheLog();
 
 private:
+    void stop(); // kills it
     void start();
     void seed(); // the password "secret"
     QDBusMessage call(const char *method, const QVariantList &arguments = {});
@@ -127,18 +260,22 @@ void PasswordTest::cleanup()
     folder_.reset();
 }
 
-void PasswordTest::start()
+void PasswordTest::stop()
 {
     service_.reset();
     QTRY_VERIFY(!bus_->owned());
+}
+
+void PasswordTest::start()
+{
+    stop();
     service_ = startService(*bus_, folder_->filePath("state"));
     QVERIFY(service_ != nullptr);
 }
 
 void PasswordTest::seed()
 {
-    service_.reset();
-    QTRY_VERIFY(!bus_->owned());
+    stop();
     QVERIFY(storeQuickly(folder_->filePath("state"), "secret"));
     start();
 }
@@ -267,29 +404,46 @@ void PasswordTest::guardsEverythingThatChanges()
              0);
 }
 
-void PasswordTest::knowsTheSortOfEveryMethod()
+// Whatever methods the service has: without the password none changes what is stored.
+void PasswordTest::leavesTheStoreAsItIs()
 {
-    QStringList known = kOpen;
-    for (const Method &method : guarded())
-        known += shortName(method.interface, method.name);
+    QCOMPARE(QDBusReply<int>(ask(caller_, kExclusions, "Add", {QByteArray("/opt"), 401})).value(),
+             0);
+    QCOMPARE(ask(caller_, kSettings, "Apply", {"Update", settings("Frequency", 3)}).type(),
+             QDBusMessage::ReplyMessage);
+    seed();
+    QCOMPARE(call("SetProtection", {true}).type(), QDBusMessage::ReplyMessage);
+    stop();
+    const QString before = stored(folder_->filePath("state"));
+    QVERIFY2(before.contains("'/opt'") && before.contains("$argon2"), qPrintable(before));
+    start();
+
     const QDBusReply<QString> description =
-        ask(caller_, "org.freedesktop.DBus.Introspectable", "Introspect");
-    QVERIFY(description.isValid());
-    QXmlStreamReader xml(description.value());
-    QString interface;
-    int methods = 0;
-    while (!xml.atEnd()) {
-        if (!xml.readNextStartElement() && xml.tokenType() != QXmlStreamReader::StartElement)
+        ask(stranger_, "org.freedesktop.DBus.Introspectable", "Introspect");
+    const QList<Described> methods = methodsIn(description.value());
+    QVERIFY(methods.size() > kOpen.size());
+    for (const Described &method : methods) {
+        const QString name = method.shortName();
+        if (kActing.contains(name))
             continue;
-        const QString name = xml.attributes().value("name").toString();
-        if (xml.name() == QLatin1String("interface"))
-            interface = name;
-        if (xml.name() != QLatin1String("method") || !interface.startsWith("org.taloantivirus."))
-            continue;
-        ++methods;
-        QVERIFY2(known.contains(shortName(interface, name)), qPrintable(interface + '.' + name));
+        const QVariantList arguments = someArguments(method.types);
+        for (const QVariant &argument : arguments)
+            QVERIFY2(argument.isValid(), qPrintable("say some value of its types: " + name));
+        const QDBusMessage reply = ask(stranger_, method.interface.toLatin1().constData(),
+                                       method.name.toLatin1().constData(), arguments);
+        QVERIFY2(kOpen.contains(name) || reply.errorName() == QLatin1String(kErrorPasswordNeeded),
+                 qPrintable(name + ": " + reply.errorName()));
     }
-    QVERIFY(methods >= kOpen.size());
+    // With values that would be taken, if only the password had been given.
+    for (const Method &method : guarded())
+        QCOMPARE(ask(stranger_, method.interface, method.name, method.arguments).errorName(),
+                 QString(kErrorPasswordNeeded));
+    const QDBusReply<int> created =
+        ask(stranger_, kPassword, "Create", {QByteArray("another"), QByteArray("another")});
+    QCOMPARE(created.value(), 3);
+    QVERIFY(QDBusReply<int>(ask(stranger_, kPassword, "Reset")).value() != 4097);
+    stop();
+    QCOMPARE(stored(folder_->filePath("state")), before);
 }
 
 void PasswordTest::trustsAConnectionAndNoOther()

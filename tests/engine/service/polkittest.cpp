@@ -52,6 +52,9 @@ QList<Method> changes()
         {kSettings, "Import", {QByteArray("[General]\n")}},
         {kExclusions, "Add", {QByteArray("/tmp"), 401}},
         {kExclusions, "Remove", {QByteArray("/tmp"), 401}},
+        {kSchedules, "Add", {QByteArray("night"), 1, 501, 8, 3, 0}},
+        {kSchedules, "Edit", {QByteArray("night"), QByteArray("nights"), 1, 501, 8, 3, 0}},
+        {kSchedules, "Remove", {QByteArray("night")}},
         {kPassword, "SetProtection", {false}},
         {kPassword, "Create", {kSecret, kSecret}},
         {kPassword, "Change", {kSecret, kSecret, kSecret}},
@@ -70,6 +73,7 @@ QList<Method> readings()
         {kSettings, "Get", {"General"}},
         {kSettings, "Export", {}},
         {kExclusions, "List", {}},
+        {kSchedules, "All", {}},
         {kPassword, "Exists", {}},
         {kPassword, "Protection", {}},
     };

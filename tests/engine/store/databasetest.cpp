@@ -2,6 +2,7 @@
 
 #include "engine/store/temporaryfolder.h"
 #include "store/reportstore.h"
+#include "store/schema.h"
 #include "store/statement.h"
 
 #include <gtest/gtest.h>
@@ -81,7 +82,7 @@ TEST(Database, WritesAheadWithFullFlushesAndForeignKeys)
     EXPECT_EQ(pragma("PRAGMA journal_mode"), "wal");
     EXPECT_EQ(pragma("PRAGMA synchronous"), "2");
     EXPECT_EQ(pragma("PRAGMA foreign_keys"), "1");
-    EXPECT_EQ(pragma("PRAGMA user_version"), "3");
+    EXPECT_EQ(pragma("PRAGMA user_version"), std::to_string(std::size(kMigrations)));
 }
 
 TEST(Database, ClosesAFolderThatOthersMayRead)

@@ -5,6 +5,7 @@
 #include "engine/store/temporaryfolder.h"
 #include "store/database.h"
 #include "store/exclusionstore.h"
+#include "store/schedulestore.h"
 #include "store/statement.h"
 
 #include <gtest/gtest.h>
@@ -18,6 +19,8 @@ namespace
 {
 
 using Result = ImportOutcome::Result;
+
+constexpr std::int64_t kNow = 1763733909;
 
 struct Store {
     Store()
@@ -43,7 +46,7 @@ struct Store {
     std::unique_ptr<Database> database;
 };
 
-// Every setting different from a new installation's, and exclusions of every form.
+// Every setting different from a new installation's, and exclusions and schedules of every form.
 void changeAll(Store &store)
 {
     std::vector<SettingsStore::Change> changes;
@@ -58,6 +61,19 @@ void changeAll(Store &store)
                                    Exclusion{ExclusionKind::Extension, "\xc3\xa4"},
                                    Exclusion{ExclusionKind::Location, "/\\n\"'%"}})
         ASSERT_EQ(exclusions.add(entry).code, ExclusionCode::Done) << entry.text;
+    ScheduleStore schedules(*store.database);
+    for (const ScheduleValues &values :
+         {ScheduleValues{"night", 1, 501, 8, 0, 0},
+          ScheduleValues{"\xd0\xbd\xd0\xbe\xd1\x87\xd1\x8c", 3, 502, 0, 23, 59},
+          ScheduleValues{"MORE1234", 1, 502, 6, 14, 5}})
+        ASSERT_EQ(schedules.add(values, kNow).code, ScheduleCode::Done) << values.name;
+}
+
+std::vector<StoredSchedule> schedulesOf(const Store &store)
+{
+    std::vector<StoredSchedule> schedules;
+    EXPECT_EQ(ScheduleStore(*store.database).list(schedules), "");
+    return schedules;
 }
 
 std::string replaced(std::string text, const std::string &from, const std::string &to)
@@ -90,9 +106,11 @@ TEST(SettingsFile, MakesASecondStoreEqual)
     changeAll(first);
     ASSERT_EQ(ExclusionStore(*second.database).add({ExclusionKind::Extension, "old"}).code,
               ExclusionCode::Done);
+    ASSERT_EQ(ScheduleStore(*second.database).add({"NIGHT", 3, 501, 8, 0, 0}, 1).code,
+              ScheduleCode::Done);
     const std::string text = first.text();
     ASSERT_NE(second.text(), text);
-    const ImportOutcome outcome = importSettings(*second.database, text);
+    const ImportOutcome outcome = importSettings(*second.database, text, kNow);
     ASSERT_EQ(outcome.result, Result::Done) << outcome.reason;
     EXPECT_EQ(second.text(), text);
     std::vector<Exclusion> here;
@@ -100,6 +118,10 @@ TEST(SettingsFile, MakesASecondStoreEqual)
     EXPECT_EQ(ExclusionStore(*first.database).list(here), "");
     EXPECT_EQ(ExclusionStore(*second.database).list(there), "");
     EXPECT_EQ(here, there);
+    const std::vector<StoredSchedule> schedules = schedulesOf(second);
+    ASSERT_EQ(schedules.size(), 3U);
+    EXPECT_EQ(schedules[1].values, schedulesOf(first)[1].values);
+    EXPECT_EQ(schedules[1].settled, kNow);
     // USB storage stays as it is on each machine.
     EXPECT_EQ(first.devicesBlocked(), 1);
     EXPECT_EQ(second.devicesBlocked(), 0);
@@ -123,7 +145,7 @@ TEST(SettingsFile, OfTheLargestStoreCanBeImported)
     ASSERT_EQ(ExclusionStore::check(content.exclusions).code, ExclusionCode::Done);
     const std::string text = renderSettingsFile(content);
     EXPECT_LE(text.size(), kLargestSettingsFile);
-    ASSERT_EQ(importSettings(*store.database, text).result, Result::Done);
+    ASSERT_EQ(importSettings(*store.database, text, kNow).result, Result::Done);
     EXPECT_EQ(store.text(), text);
 }
 
@@ -141,7 +163,7 @@ TEST(SettingsFile, MayBeWrittenByHand)
     const std::size_t actions = text.find("[ScanActions]");
     text += text.substr(general, actions - general);
     text.erase(general, actions - general);
-    const ImportOutcome outcome = importSettings(*second.database, text);
+    const ImportOutcome outcome = importSettings(*second.database, text, kNow);
     ASSERT_EQ(outcome.result, Result::Done) << outcome.reason;
     EXPECT_EQ(second.text(), first.text());
 }
@@ -166,7 +188,26 @@ TEST(SettingsFile, ThatIsNotWholeAndRightChangesNothing)
         good + "[DeviceControl]\nBlocked=1\n",
         good + "[Password]\nHash=x\n",
         good + "[Schedules\n",
-        good + "Daily=1\n", // no schedule can be taken up yet
+        good + "Daily=1\n",
+        good + "Schedule4=\n",
+        good + "Schedule4=later\n",
+        good + "Schedule4=later,1,501,8,1\n",
+        good + "Schedule4=later,1,501,8,1,1,1\n",
+        good + "Schedule4=later,1,501,8,1,1,\n",
+        good + "Schedule4=later,1,501,8,1,01\n",
+        good + "Schedule4=later,1,501,8,1,-1\n",
+        good + "Schedule4=later,1,501,8,1,60\n",
+        good + "Schedule4=later,1,501,8,24,1\n",
+        good + "Schedule4=later,1,501,7,1,1\n",
+        good + "Schedule4=later,1,502,8,1,1\n",
+        good + "Schedule4=later,2,501,8,1,1\n",
+        good + "Schedule4=later,4294967297,501,8,1,1\n",
+        good + "Schedule4=later, 1,501,8,1,1\n",
+        good + "Schedule4=la,1,501,8,1,1\n",
+        good + "Schedule4=la ter,1,501,8,1,1\n",
+        good + "Schedule4=Night,1,501,8,1,1\n",
+        good + "Schedule4=later,1,501,8,0,0\n",
+        good + "Schedule5=later,1,501,8,1,1\n",
         std::string(kLargestSettingsFile, ';') + "\n" + good,
         replaced(good, "Version=1", "Version=2"),
         replaced(good, "Version=1", "Version=99999999999999999999"),
@@ -212,12 +253,12 @@ TEST(SettingsFile, ThatIsNotWholeAndRightChangesNothing)
     Store store;
     const std::string before = store.text();
     for (const std::string &text : cases) {
-        const ImportOutcome outcome = importSettings(*store.database, text);
+        const ImportOutcome outcome = importSettings(*store.database, text, kNow);
         EXPECT_EQ(outcome.result, Result::NotValid) << text.substr(0, 2000);
         EXPECT_NE(outcome.reason, "");
         EXPECT_EQ(store.text(), before);
     }
-    ASSERT_EQ(importSettings(*store.database, good).result, Result::Done);
+    ASSERT_EQ(importSettings(*store.database, good, kNow).result, Result::Done);
 }
 
 TEST(SettingsFile, ThatCannotBeStoredChangesNothing)
@@ -229,8 +270,9 @@ TEST(SettingsFile, ThatCannotBeStoredChangesNothing)
                                          "WHEN NEW.text = 'ISO' BEGIN SELECT RAISE(FAIL, 'full'); "
                                          "END"));
     const std::string before = store.text();
-    const ImportOutcome outcome = importSettings(*store.database, source.text());
+    const ImportOutcome outcome = importSettings(*store.database, source.text(), kNow);
     EXPECT_EQ(outcome.result, Result::Failed);
+    EXPECT_TRUE(schedulesOf(store).empty());
     EXPECT_NE(outcome.reason.find("full"), std::string::npos) << outcome.reason;
     EXPECT_EQ(store.text(), before);
 }
@@ -255,6 +297,9 @@ TEST(SettingsFile, SurvivesDamage)
                                   "99999999999",
                                   "Version=2\n",
                                   "Location1=/x\n",
+                                  "Schedule1=some1,1,501,8,3,4\n",
+                                  "Schedule4=later,3,502,2,9,59\n",
+                                  ",",
                                   std::string(1, '\0'),
                                   "\xff\xfe",
                                   "\r",
@@ -291,7 +336,7 @@ TEST(SettingsFile, SurvivesDamage)
         }
         SettingsFile content;
         const std::string fault = parseSettingsFile(text, content);
-        const ImportOutcome outcome = importSettings(*store.database, text);
+        const ImportOutcome outcome = importSettings(*store.database, text, kNow);
         if (!fault.empty()) {
             ASSERT_EQ(outcome.result, Result::NotValid) << text;
             ASSERT_EQ(store.text(), state) << text;
@@ -305,6 +350,7 @@ TEST(SettingsFile, SurvivesDamage)
         for (const auto &[setting, value] : content.settings)
             ASSERT_TRUE(inRange(rowOf(setting), value)) << text;
         ASSERT_EQ(ExclusionStore::check(content.exclusions).code, ExclusionCode::Done) << text;
+        ASSERT_EQ(ScheduleStore::check(content.schedules), ScheduleCode::Done) << text;
         ASSERT_EQ(store.devicesBlocked(), 0) << text;
     }
     // The damage is neither so light that nothing is refused nor so heavy that nothing is read.

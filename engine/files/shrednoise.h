@@ -1,0 +1,35 @@
+// Noise that nobody can tell from chance or make again.
+#pragma once
+
+#include <cstddef>
+#include <memory>
+#include <string>
+
+struct evp_cipher_ctx_st;
+
+namespace talo::files
+{
+
+// AES-256 in counter mode under a key from the kernel that is kept nowhere else and dies with this
+// object. Faster than any drive here, which libsodium's streams are not.
+class NoiseStream
+{
+public:
+    NoiseStream();
+
+    // Whether there is noise to be had. Without it nothing may be overwritten.
+    explicit operator bool() const { return static_cast<bool>(context_); }
+    // Mixes noise into the buffer; whatever is there may stay there.
+    bool fill(void *buffer, std::size_t size);
+
+private:
+    struct Free {
+        void operator()(evp_cipher_ctx_st *context) const;
+    };
+    std::unique_ptr<evp_cipher_ctx_st, Free> context_;
+};
+
+// A file name of so many letters and digits; empty where the kernel has no chance to give.
+std::string noiseName(std::size_t length);
+
+} // namespace talo::files

@@ -1,0 +1,71 @@
+#include "programs/productupdatewords.h"
+
+#include "programs/printable.h"
+
+#include <algorithm>
+
+namespace talo::programs
+{
+
+QString updateStep(const client::ProgramUpdate &update)
+{
+    const QString version = printable(update.version);
+    switch (update.state) {
+    case interface::ProgramDownloading:
+        return QStringLiteral("Downloading release %1 ...").arg(version);
+    case interface::ProgramVerifying:
+        return QStringLiteral("Checking release %1 ...").arg(version);
+    case interface::ProgramInstalling:
+        return QStringLiteral("Installing release %1 ...").arg(version);
+    default:
+        return QStringLiteral("Looking for a newer release ...");
+    }
+}
+
+QString updateOutcome(const client::ProgramUpdate &update)
+{
+    const QString version = printable(update.version);
+    switch (update.state) {
+    case interface::ProgramAvailable:
+        return QStringLiteral("Release %1 of %2 is available.")
+            .arg(version, printable(update.date));
+    case interface::ProgramLatest:
+        return QStringLiteral("You already have the latest release.");
+    case interface::ProgramInstalled:
+        return QStringLiteral("Release %1 is installed.").arg(version);
+    case interface::ProgramStopped:
+        return QStringLiteral("The program update was stopped.");
+    case interface::ProgramUnreachable:
+        return QStringLiteral("The update server is not reached. Try again later.");
+    case interface::ProgramNoSource:
+        return QStringLiteral("No update source is configured.");
+    default:
+        return QStringLiteral("The program was not updated.");
+    }
+}
+
+QString updateReason(const client::ProgramUpdate &update)
+{
+    if (update.state == interface::ProgramNoSource)
+        return QStringLiteral("The administrator names one in "
+                              "/etc/taloantivirus/taloantivirus.conf.");
+    return printableLines(update.problem.trimmed());
+}
+
+int percentDownloaded(const client::ProgramUpdate &update)
+{
+    if (update.total == 0 || update.state == interface::ProgramChecking)
+        return -1;
+    return static_cast<int>(
+        std::min<double>(100, 100.0 * double(update.received) / double(update.total)));
+}
+
+int updateExitCode(const client::ProgramUpdate &update)
+{
+    const bool good = update.state == interface::ProgramAvailable ||
+                      update.state == interface::ProgramLatest ||
+                      update.state == interface::ProgramInstalled;
+    return good ? 0 : 2;
+}
+
+} // namespace talo::programs

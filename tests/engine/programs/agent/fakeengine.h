@@ -1,0 +1,43 @@
+// The service's notices and status, played on a bus of the test's.
+#pragma once
+
+#include <QDBusConnection>
+#include <QObject>
+#include <QString>
+#include <QVariantMap>
+
+namespace talo::tests
+{
+
+class FakeEngine : public QObject
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.taloantivirus.Engine1.Status")
+
+public:
+    enum class Name { Owned, NotOwned };
+    explicit FakeEngine(const QString &bus, Name name = Name::Owned);
+    ~FakeEngine() override;
+
+    void setStatus(const QVariantMap &status) { status_ = status; }
+    int statusAsked() const { return asked_; }
+
+    void tellThreat(const QString &type, const QString &path, const QString &threat,
+                    const QString &outcome) const;
+    void tellEnd(const QString &type, uint state, const QString &scanned, quint64 files,
+                 quint64 threats, const QString &report) const;
+    // A signal of the given name with arguments that it does not have.
+    void tellWrongly(const QString &signal) const;
+
+public slots:
+    Q_SCRIPTABLE QVariantMap GetStatus();
+
+private:
+    void tell(const QString &signal, const QVariantList &arguments) const;
+
+    QDBusConnection bus_;
+    QVariantMap status_;
+    int asked_ = 0;
+};
+
+} // namespace talo::tests

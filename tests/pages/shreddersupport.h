@@ -1,0 +1,48 @@
+// What the tests of the shredder page share.
+#pragma once
+
+#include "pages/shredder.h"
+#include "support/dialogs.h"
+
+#include <QStringList>
+#include <QTableWidget>
+#include <QTemporaryDir>
+
+namespace talo::test
+{
+
+// The page in a window, with files to shred in a folder of its own that is the current one.
+class ShredderWindow
+{
+public:
+    ShredderWindow();
+    ~ShredderWindow();
+
+    Shredder page;
+
+    // A new file; its whole path.
+    QString file(const QString &name) const;
+    QTableWidget *table() const { return page.findChild<QTableWidget *>(); }
+    // The rows as a user reads them: "name Pending", without the folder.
+    QStringList rows() const;
+    bool press(const char *button) const;
+    bool isEnabled(const char *button) const;
+    // Adds a file by ADD, a click on it and OK; fails by words.
+    QString add(const QString &path) const;
+    // A new file, added.
+    QString addNew(const QString &name) const { return add(file(name)); }
+    bool select(int row) const;
+
+    QString folder() const { return folder_.path(); }
+
+private:
+    QString before_;
+    QTemporaryDir folder_{"/tmp/t-XXXXXX"};
+};
+
+// What is wrong with the only box that came up; empty if it has this text, the product's title and
+// one button.
+QString boxFault(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text,
+                 const QWidget *parent);
+
+} // namespace talo::test
