@@ -9,7 +9,7 @@ state=/var/lib/taloantivirus
 step() { printf '== %s\n' "$*"; }
 fail() {
     printf 'FAILED: %s\n' "$*"
-    tail -n 30 /run/bus.log /run/said /run/panel.log /run/xvfb.log 2>/dev/null || true
+    tail -n 30 /run/bus.log /run/said /run/unit.log /run/panel.log /run/xvfb.log 2>/dev/null || true
     exit 1
 }
 # expect CODE COMMAND…: what it says is in /run/said.
@@ -45,10 +45,10 @@ service_pid() {
     answer=$(ask_bus GetConnectionUnixProcessID) && echo "${answer##* }"
 }
 call() { busctl --system call $service /org/taloantivirus/Engine1 "$service.$1" "${@:2}"; }
-# What the package manager and its triggers keep for themselves is not the product's.
-changed() {
-    find /run/changed -mindepth 1 -printf '%P\n' | grep -vE '^(var/lib/dpkg|var/log|var/cache)(/|$)' |
-        grep -vE '^etc/(passwd|group|shadow|gshadow|\.pwd\.lock)-?$' | sort
+# Every file that a package could have left, but for what the package manager keeps for itself.
+files() {
+    find /boot /etc /opt /srv /usr /var -xdev \( -path /var/lib/dpkg -o -path /var/log \
+        -o -path /var/cache \) -prune -o -print | sort
 }
 end() {
     kill "$1"
@@ -75,7 +75,7 @@ dbus-daemon --system --nofork --nopidfile --nosyslog 2>/run/bus.log &
 bus=$!
 await "the bus does not answer" dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
     org.freedesktop.DBus.GetId
-changed >/run/before
+files >/run/before
 
 step "install"
 expect 0 dpkg -i "$package"
@@ -113,6 +113,31 @@ says 'NotPermitted|may not'
 expect 2 as visitor ls $state
 expect 1 as visitor bash -c "kill $first"
 says 'not permitted'
+
+step "with no more than the unit leaves"
+end "$first"
+/run/confineasunit.py /lib/systemd/system/talod.service 2>/run/unit.log &
+confined=$!
+await "the confined service is not on the bus" service_pid
+[ "$(service_pid)" = $confined ] || fail "another service was started"
+grep -q '^NoNewPrivs:.1' /proc/$confined/status || fail "it is not confined"
+id=$(talo quarantine list | awk '/letter/ { print $1 }')
+expect 0 talo quarantine restore "$id"
+expect 1 as sitter talo scan /srv/papers
+says '/srv/papers/letter'
+server=$(pgrep -o -P $confined -x talo-scan-worke)
+[ "$(readlink "/proc/$server/ns/net")" != "$(readlink /proc/$confined/ns/net)" ] ||
+    fail "the workers have the service's network"
+expect 0 call Settings Apply 'sa{si}' Firewall 1 On 1
+expect 0 call Settings NotifyChange
+await "the firewall is not on" bash -c 'nft list tables | grep -q taloantivirus'
+expect 0 call Settings Apply 'sa{si}' Firewall 1 On 0
+expect 0 call Settings NotifyChange
+await "the firewall stays on" bash -c '! nft list tables | grep -q taloantivirus'
+! grep -E 'rror|arning' /run/unit.log | grep -v 'was refused' || fail "it lacks something"
+end $confined
+expect 0 as visitor talo status
+first=$(service_pid)
 
 step "settings"
 expect 0 call Settings Apply 'sa{si}' General 1 ScanArchives 0
@@ -190,8 +215,9 @@ expect 0 dpkg -r taloantivirus
 
 step "purge"
 expect 0 dpkg -P taloantivirus
-changed >/run/after
+files >/run/after
 diff /run/before /run/after || fail "files are left behind"
+[ -z "$(ls -A /var/tmp)" ] || fail "temporary files are left behind"
 if pgrep -u 0 talod || pgrep talo-; then
     fail "a process is left behind"
 fi
