@@ -18,7 +18,7 @@ struct SignatureSource {
     std::string proxyPassword;
     std::string program = "/usr/bin/freshclam";
     std::string user;                    // whom root has it run as; empty: the first there is of
-                                         // "taloantivirus" and "nobody"
+                                         // "talo-update" and "nobody"
     std::string workFolder = "/var/tmp"; // where it may write
     std::chrono::seconds patience{60};   // with a server that sends nothing
 };

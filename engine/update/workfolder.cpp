@@ -18,6 +18,7 @@ namespace
 {
 
 constexpr char kPrefix[] = "talo-update-";
+constexpr char kOwnUser[] = "talo-update"; // made by the installation, for downloads alone
 
 bool lookUp(const std::string &name, Identity &identity)
 {
@@ -40,7 +41,7 @@ std::optional<Identity> downloader(const std::string &wanted, std::string &failu
         return identity;
     std::vector<std::string> names{wanted};
     if (wanted.empty())
-        names = {"taloantivirus", "nobody"};
+        names = {kOwnUser, "nobody"};
     for (const std::string &name : names)
         if (lookUp(name, identity))
             return identity;

@@ -1,11 +1,13 @@
 #include "isolation.h"
 
+#include <array>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
 #include <fcntl.h>
 #include <grp.h>
 #include <linux/capability.h>
+#include <pwd.h>
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/prctl.h>
@@ -19,9 +21,29 @@ namespace talo::worker
 namespace
 {
 
+// Made by the installation, for the workers alone: what else runs as "nobody" is none of theirs.
+constexpr char kOwnUser[] = "talo-scan";
 constexpr uid_t kNobody = 65534;
 constexpr unsigned kTemporaryFiles = 65536;
 constexpr std::uint64_t kEmptySize = 4096; // the least there is; none would be no limit
+
+struct Identity {
+    uid_t user = kNobody;
+    gid_t group = kNobody;
+};
+
+Identity identityFor(bool root)
+{
+    if (!root)
+        return {geteuid(), getegid()};
+    std::array<char, 16384> buffer{};
+    passwd entry{};
+    passwd *found = nullptr;
+    if (getpwnam_r(kOwnUser, &entry, buffer.data(), buffer.size(), &found) == 0 &&
+        found != nullptr && found->pw_uid != 0 && found->pw_gid != 0)
+        return {found->pw_uid, found->pw_gid};
+    return {};
+}
 
 std::string because(const char *what)
 {
@@ -61,7 +83,7 @@ bool enterNamespaces()
 
 // A tmpfs that is mounted nowhere: only who holds the descriptor can reach it, and it goes with the
 // last of them.
-int makeTmpfs(std::uint64_t size, uid_t owner, gid_t group, unsigned attributes = 0)
+int makeTmpfs(std::uint64_t size, const Identity &owner, unsigned attributes = 0)
 {
     const int context = fsopen("tmpfs", FSOPEN_CLOEXEC);
     if (context < 0)
@@ -71,8 +93,8 @@ int makeTmpfs(std::uint64_t size, uid_t owner, gid_t group, unsigned attributes 
     };
     int folder = -1;
     if (set("size", std::to_string(size)) && set("nr_inodes", std::to_string(kTemporaryFiles)) &&
-        set("mode", "0700") && set("uid", std::to_string(owner)) &&
-        set("gid", std::to_string(group)) &&
+        set("mode", "0700") && set("uid", std::to_string(owner.user)) &&
+        set("gid", std::to_string(owner.group)) &&
         fsconfig(context, FSCONFIG_CMD_CREATE, nullptr, nullptr, 0) == 0) {
         const int mounted =
             fsmount(context, FSMOUNT_CLOEXEC,
@@ -86,14 +108,14 @@ int makeTmpfs(std::uint64_t size, uid_t owner, gid_t group, unsigned attributes 
     return folder;
 }
 
-int makeFolder(int parent, unsigned slot, uid_t owner, gid_t group)
+int makeFolder(int parent, unsigned slot, const Identity &owner)
 {
     const std::string name = std::to_string(slot);
     if (mkdirat(parent, name.c_str(), 0700) != 0)
         return -1;
     const int folder =
         openat(parent, name.c_str(), O_RDONLY | O_DIRECTORY | O_NOFOLLOW | O_CLOEXEC);
-    if (folder >= 0 && fchown(folder, owner, group) != 0) {
+    if (folder >= 0 && fchown(folder, owner.user, owner.group) != 0) {
         close(folder);
         return -1;
     }
@@ -113,11 +135,11 @@ bool limitCapabilities(std::uint32_t kept)
 }
 
 // All but the one that closeFileSystem() needs, where it can be had.
-std::string dropPrivileges()
+std::string dropPrivileges(const Identity &identity)
 {
-    if (geteuid() == 0 &&
-        (prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || setgroups(0, nullptr) != 0 ||
-         setresgid(kNobody, kNobody, kNobody) != 0 || setresuid(kNobody, kNobody, kNobody) != 0))
+    if (geteuid() == 0 && (prctl(PR_SET_KEEPCAPS, 1, 0, 0, 0) != 0 || setgroups(0, nullptr) != 0 ||
+                           setresgid(identity.group, identity.group, identity.group) != 0 ||
+                           setresuid(identity.user, identity.user, identity.user) != 0))
         return because("root's identity cannot be given up");
     if (!limitCapabilities(kChangeRoot) && !limitCapabilities(kNoCapability))
         return because("capabilities cannot be given up");
@@ -138,16 +160,14 @@ Isolation isolate(unsigned slots, std::uint64_t temporarySize, int scratchFolder
 {
     Isolation result;
     umask(077);
-    const bool root = geteuid() == 0;
-    const uid_t owner = root ? kNobody : geteuid();
-    const gid_t group = root ? static_cast<gid_t>(kNobody) : getegid();
+    const Identity identity = identityFor(geteuid() == 0);
     const bool namespaces = enterNamespaces();
     bool allMounted = namespaces;
     for (unsigned slot = 0; slot < slots; ++slot) {
-        int folder = namespaces ? makeTmpfs(temporarySize, owner, group) : -1;
+        int folder = namespaces ? makeTmpfs(temporarySize, identity) : -1;
         allMounted = allMounted && folder >= 0;
         if (folder < 0)
-            folder = makeFolder(scratchFolder, slot, owner, group);
+            folder = makeFolder(scratchFolder, slot, identity);
         if (folder < 0) {
             result.failure = because("no temporary folder can be made");
             return result;
@@ -156,13 +176,13 @@ Isolation isolate(unsigned slots, std::uint64_t temporarySize, int scratchFolder
     }
     // A folder that is no file system of its own has the whole one above it, whatever the root is.
     if (allMounted)
-        result.emptyRoot = makeTmpfs(kEmptySize, owner, group, MOUNT_ATTR_RDONLY);
+        result.emptyRoot = makeTmpfs(kEmptySize, identity, MOUNT_ATTR_RDONLY);
     result.nullDevice = open("/dev/null", O_RDWR | O_CLOEXEC);
     if (result.nullDevice < 0) {
         result.failure = because("/dev/null cannot be opened");
         return result;
     }
-    result.failure = dropPrivileges();
+    result.failure = dropPrivileges(identity);
     // By the identity that reads it: what it tells belongs to this process alone.
     result.memoryFigures = open("/proc/self/statm", O_RDONLY | O_CLOEXEC);
     if (result.failure.empty() && result.memoryFigures < 0)

@@ -1,0 +1,225 @@
+#!/usr/bin/env bash
+# The life of the product on a machine: installed, used by two users, upgraded, removed, purged.
+# Run by package.sh on a machine of the test's own.
+set -euo pipefail
+package=$1
+service=org.taloantivirus.Engine1
+state=/var/lib/taloantivirus
+
+step() { printf '== %s\n' "$*"; }
+fail() {
+    printf 'FAILED: %s\n' "$*"
+    tail -n 30 /run/bus.log /run/said /run/unit.log /run/panel.log /run/xvfb.log 2>/dev/null || true
+    exit 1
+}
+# expect CODE COMMAND…: what it says is in /run/said.
+expect() {
+    local wanted=$1 code=0
+    shift
+    "$@" >/run/said 2>&1 || code=$?
+    [ "$code" = "$wanted" ] || fail "$* ended with $code, not $wanted"
+}
+says() { grep -qE -- "$1" /run/said || fail "\"$1\" was not said"; }
+await() {
+    local what=$1 tries=300
+    shift
+    until "$@" >/dev/null 2>&1; do
+        tries=$((tries - 1))
+        [ $tries -gt 0 ] || fail "$what"
+        sleep 0.1
+    done
+}
+exec_as() {
+    local user=$1
+    shift
+    exec setpriv --reuid "$user" --regid "$user" --init-groups --reset-env -- \
+        env PATH=/usr/bin:/bin LC_ALL=C.UTF-8 "$@"
+}
+as() { (exec_as "$@"); }
+ask_bus() {
+    dbus-send --system --print-reply=literal --dest=org.freedesktop.DBus / \
+        "org.freedesktop.DBus.$1" "string:$service" 2>/dev/null
+}
+service_pid() {
+    local answer
+    answer=$(ask_bus GetConnectionUnixProcessID) && echo "${answer##* }"
+}
+call() { busctl --system call $service /org/taloantivirus/Engine1 "$service.$1" "${@:2}"; }
+# Every file that a package could have left, but for what the package manager keeps for itself.
+files() {
+    find /boot /etc /opt /srv /usr /var -xdev \( -path /var/lib/dpkg -o -path /var/log \
+        -o -path /var/cache \) -prune -o -print | sort
+}
+end() {
+    kill "$1"
+    while kill -0 "$1" 2>/dev/null; do sleep 0.05; done
+}
+
+useradd --create-home sitter
+useradd --create-home visitor
+# Stands for sitting at the machine, which only a login manager could tell.
+cat >/etc/polkit-1/rules.d/10-sitter.rules <<'END'
+polkit.addRule(function(action, subject) {
+    if (action.id == "org.taloantivirus.scan" && subject.user == "sitter")
+        return polkit.Result.YES;
+});
+END
+mkdir -m 755 /run/dbus
+mkdir -m 1777 -p /tmp/.X11-unix
+mkdir /srv/papers
+chmod 0700 /srv/papers
+printf '%s%s' 'X5O!P%@AP[4\PZX54(P^)7CC)7}$EICAR-STANDARD-' 'ANTIVIRUS-TEST-FILE!$H+H*' \
+    >/srv/papers/letter
+chmod 0600 /srv/papers/letter
+dbus-daemon --system --nofork --nopidfile --nosyslog 2>/run/bus.log &
+bus=$!
+await "the bus does not answer" dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
+    org.freedesktop.DBus.GetId
+files >/run/before
+
+step "install"
+expect 0 dpkg -i "$package"
+for user in talo-scan talo-update; do
+    getent passwd $user | grep -q ':/usr/sbin/nologin$' || fail "no user $user without a shell"
+done
+[ "$(stat -c %a:%U $state)" = 700:root ] || fail "the state folder is not root's alone"
+for unit in multi-user.target.wants/talod sysinit.target.wants/taloantivirus-firewall; do
+    [ -L "/etc/systemd/system/$unit.service" ] || fail "$unit is not enabled"
+done
+[ -e /lib/udev/rules.d/71-taloantivirus-usb.rules ] || fail "there is no rule for USB storage"
+for program in $(find /usr/local/taloantivirus/bin /usr/local/taloantivirus/libexec -type f); do
+    ! ldd "$program" | grep 'not found' || fail "$program does not find its libraries"
+done
+
+step "activation by an ordinary user"
+! service_pid >/dev/null || fail "the service runs already"
+expect 0 as visitor talo status
+first=$(service_pid) || fail "the service has not been started"
+[ "$(stat -c %U "/proc/$first")" = root ] || fail "the service does not run as root"
+
+step "what an ordinary user may and may not"
+expect 2 as visitor talo scan /srv/papers
+says 'may not'
+[ -e /srv/papers/letter ] || fail "the refused scan has taken the file"
+expect 1 as sitter talo scan /srv/papers
+says '/srv/papers/letter'
+[ ! -e /srv/papers/letter ] || fail "the file is still there"
+workers=$(ps -C talo-scan-worker -o user:20=,uid= | sort -u)
+[ "$(wc -l <<<"$workers")" = 1 ] && grep -q '^talo-scan ' <<<"$workers" ||
+    fail "the workers run as $workers"
+expect 1 as visitor busctl --system call $service /org/taloantivirus/Engine1 \
+    $service.Settings Apply 'sa{si}' General 1 ScanArchives 0
+says 'NotPermitted|may not'
+expect 2 as visitor ls $state
+expect 1 as visitor bash -c "kill $first"
+says 'not permitted'
+
+step "with no more than the unit leaves"
+end "$first"
+/run/confineasunit.py /lib/systemd/system/talod.service 2>/run/unit.log &
+confined=$!
+await "the confined service is not on the bus" service_pid
+[ "$(service_pid)" = $confined ] || fail "another service was started"
+grep -q '^NoNewPrivs:.1' /proc/$confined/status || fail "it is not confined"
+id=$(talo quarantine list | awk '/letter/ { print $1 }')
+expect 0 talo quarantine restore "$id"
+expect 1 as sitter talo scan /srv/papers
+says '/srv/papers/letter'
+server=$(pgrep -o -P $confined -x talo-scan-worke)
+[ "$(readlink "/proc/$server/ns/net")" != "$(readlink /proc/$confined/ns/net)" ] ||
+    fail "the workers have the service's network"
+expect 0 call Settings Apply 'sa{si}' Firewall 1 On 1
+expect 0 call Settings NotifyChange
+await "the firewall is not on" bash -c 'nft list tables | grep -q taloantivirus'
+expect 0 call Settings Apply 'sa{si}' Firewall 1 On 0
+expect 0 call Settings NotifyChange
+await "the firewall stays on" bash -c '! nft list tables | grep -q taloantivirus'
+! grep -E 'rror|arning' /run/unit.log | grep -v 'was refused' || fail "it lacks something"
+end $confined
+expect 0 as visitor talo status
+first=$(service_pid)
+
+step "settings"
+expect 0 call Settings Apply 'sa{si}' General 1 ScanArchives 0
+expect 0 as visitor busctl --system call $service /org/taloantivirus/Engine1 \
+    $service.Settings Get s General
+says '"ScanArchives" 0'
+printf '\n[Shredder]\nPasses = 2\n' >>/etc/taloantivirus/taloantivirus.conf
+
+step "the panel, as an ordinary user"
+install -d -m 0700 -o visitor /run/visitor
+Xvfb :99 -screen 0 1280x1024x24 -nolisten tcp >/run/xvfb.log 2>&1 &
+display=$!
+await "there is no display" test -S /tmp/.X11-unix/X99
+exec_as visitor DISPLAY=:99 XDG_RUNTIME_DIR=/run/visitor \
+    /usr/local/taloantivirus/bin/taloantivirus >/run/panel.log 2>&1 &
+panel=$!
+await "the panel shows no window" env DISPLAY=:99 xdotool search --onlyvisible --class taloantivirus
+end $panel
+end $display
+
+step "upgrade"
+dpkg-deb -R "$package" /run/newer
+sed -i 's/^Version: .*/&.1/' /run/newer/DEBIAN/control
+dpkg-deb --root-owner-group -b /run/newer /run/newer.deb >/dev/null
+expect 0 dpkg -i /run/newer.deb
+! kill -0 "$first" 2>/dev/null || fail "the service of the version before still runs"
+expect 0 as visitor talo status
+second=$(service_pid)
+[ "$second" != "$first" ] || fail "no new service was started"
+expect 0 call Settings Get s General
+says '"ScanArchives" 0'
+grep -q '^Passes = 2' /etc/taloantivirus/taloantivirus.conf || fail "the configuration was replaced"
+expect 0 talo quarantine list
+says '/srv/papers/letter'
+id=$(awk '/letter/ { print $1 }' /run/said)
+expect 0 talo quarantine restore "$id"
+[ "$(stat -c %a:%U /srv/papers/letter)" = 600:root ] || fail "the file did not come back as it was"
+expect 0 talo report list
+says '2[0-9]{3}-'
+
+step "a store of the first version is migrated"
+end "$second"
+mv $state/taloantivirus.db /run/newest.db
+rm -f $state/taloantivirus.db*
+/usr/bin/python3 - <<'END'
+import re, sqlite3, time
+steps = re.findall(r'R"sql\((.*?)\)sql"', open("/run/schema.h").read(), re.S)
+store = sqlite3.connect("/var/lib/taloantivirus/taloantivirus.db")
+store.executescript(steps[0])
+now = int(time.time())
+store.execute("INSERT INTO report (key, type, scanned, signatures, started, touched, outcome)"
+              " VALUES ('2020-01-02 03:04:05', 'Custom', '/old', 'old', ?, ?, 1)", (now, now))
+store.execute("PRAGMA user_version = 1")
+store.commit()
+END
+expect 0 talo report list
+says '2020-01-02'
+end "$(service_pid)"
+mv /run/newest.db $state/taloantivirus.db
+rm -f $state/taloantivirus.db-*
+
+step "remove"
+expect 0 as visitor talo status
+last=$(service_pid)
+nft list tables >/dev/null || fail "the firewall cannot be asked"
+/usr/local/taloantivirus/bin/talo-firewall-restore
+nft list tables | grep -q taloantivirus || fail "the firewall was not put in place"
+expect 0 dpkg -r taloantivirus
+! kill -0 "$last" 2>/dev/null || fail "the removed service still runs"
+! nft list tables | grep -q taloantivirus || fail "the firewall stands without its product"
+[ -e $state/taloantivirus.db ] || fail "the store went with the programs"
+[ -e /etc/taloantivirus/taloantivirus.conf ] || fail "the configuration went with the programs"
+[ ! -e /usr/local/taloantivirus ] || fail "programs are left behind"
+! ask_bus StartServiceByName || fail "the service can still be started"
+
+step "purge"
+expect 0 dpkg -P taloantivirus
+files >/run/after
+diff /run/before /run/after || fail "files are left behind"
+[ -z "$(ls -A /var/tmp)" ] || fail "temporary files are left behind"
+if pgrep -u 0 talod || pgrep talo-; then
+    fail "a process is left behind"
+fi
+end $bus
+echo "all is well"
