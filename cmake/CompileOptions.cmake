@@ -1,6 +1,7 @@
 # The one place for compiler settings: every target of ours links talo_options.
 
 option(BUILD_TESTING "Build the tests" ON)
+option(TALO_FUZZ "Build the fuzz targets for libFuzzer; needs clang" OFF)
 set(TALO_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
@@ -30,6 +31,9 @@ if(TALO_SANITIZE)
     target_compile_options(talo_options INTERFACE
         -fsanitize=${TALO_SANITIZE} -fno-omit-frame-pointer -fno-sanitize-recover=all)
     target_link_options(talo_options INTERFACE -fsanitize=${TALO_SANITIZE})
+    if(TALO_FUZZ)
+        target_compile_options(talo_options INTERFACE -fsanitize=fuzzer-no-link)
+    endif()
 else()
     target_compile_definitions(talo_options INTERFACE
         $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)

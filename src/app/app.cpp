@@ -49,6 +49,16 @@ enum Page {
 // The tabs of the settings page that the window opens it on.
 enum SettingsTab { ScanSettingsTab, WebAndEmailSettingsTab };
 
+// Every page has the size that the stack has. Asked for their hints they would have to be styled
+// and measured to the last widget, the hidden ones too, before the first one can be shown.
+class PageStack : public QStackedWidget
+{
+public:
+    using QStackedWidget::QStackedWidget;
+    QSize sizeHint() const override { return {650, 420}; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+};
+
 } // namespace
 
 TaloAntivirus_Linux_App::TaloAntivirus_Linux_App(QWidget *parent) : QWidget(parent)
@@ -140,7 +150,7 @@ void TaloAntivirus_Linux_App::createCenter()
     center_ = new QWidget(this);
     center_->setObjectName("center");
     center_->setFixedSize(650, 450);
-    pages_ = new QStackedWidget(center_);
+    pages_ = new PageStack(center_);
     pages_->setFixedSize(650, 420);
     createPages();
     connectPages();

@@ -73,8 +73,8 @@ void Report::createMiddle()
 
     QHBoxLayout *filter = createFilterRow();
     createTable();
-    createCalendar(from_, SLOT(fromDate(QDate)));
-    createCalendar(to_, SLOT(toDate(QDate)));
+    from_.dialog = new QDialog(this);
+    to_.dialog = new QDialog(this);
 
     auto *column = talo::createColumn(middle_);
     column->addSpacing(10);
@@ -134,9 +134,24 @@ QWidget *Report::createDateWidget(DateBound &bound, const QString &name, const c
     return box;
 }
 
+// The page is built while the panel starts, and the calendars' arrows search the icon theme: that
+// waits until somebody looks at the page.
+void Report::showEvent(QShowEvent *event)
+{
+    createCalendars();
+    QWidget::showEvent(event);
+}
+
+void Report::createCalendars()
+{
+    if (from_.calendar == nullptr) {
+        createCalendar(from_, SLOT(fromDate(QDate)));
+        createCalendar(to_, SLOT(toDate(QDate)));
+    }
+}
+
 void Report::createCalendar(DateBound &bound, const char *pickedSlot)
 {
-    bound.dialog = new QDialog(this);
     bound.calendar = new QCalendarWidget(bound.dialog);
     bound.calendar->setGridVisible(true);
     bound.calendar->setMinimumDate(QDate(2017, 7, 3));
@@ -189,6 +204,7 @@ void Report::btnToDateClicked()
 
 void Report::pickDate(DateBound &bound)
 {
+    createCalendars();
     bound.dialog->resize(350, 200);
     bound.dialog->setAutoFillBackground(true);
     bound.dialog->setFocus();

@@ -36,6 +36,9 @@ public slots:
     void viewReportDetails(int row, int column);
     void btnDeleteRptClicked();
 
+protected:
+    void showEvent(QShowEvent *event) override;
+
 private:
     // One end of the date range: the text that shows it and the calendar that changes it.
     struct DateBound {
@@ -49,6 +52,7 @@ private:
     void createBottom();
     QHBoxLayout *createFilterRow();
     QWidget *createDateWidget(DateBound &bound, const QString &name, const char *clickedSlot);
+    void createCalendars();
     void createCalendar(DateBound &bound, const char *pickedSlot);
     void createTable();
     void clearTable();
