@@ -36,6 +36,9 @@ public slots:
     void viewReportDetails(int row, int column);
     void btnDeleteRptClicked();
 
+protected:
+    bool eventFilter(QObject *watched, QEvent *event) override;
+
 private:
     // One end of the date range: the text that shows it and the calendar that changes it.
     struct DateBound {
