@@ -32,6 +32,10 @@ struct Text {
     QRect room;
 };
 
+constexpr int kDesktopSize = 11; // the largest that desktops begin with
+constexpr int kHeaderSize = 10;  // as the style sheet has it, in points
+constexpr int kHeaderPadding = 10;
+
 QSize sizeOf(const QWidget *widget, const QString &text)
 {
     return widget->fontMetrics().size(Qt::TextShowMnemonic, text);
@@ -42,7 +46,7 @@ Text inLabel(const QLabel *label)
     const QRect room = label->contentsRect();
     QSize needed = sizeOf(label, label->text());
     if (label->wordWrap())
-        needed = QSize(0, label->heightForWidth(label->width()) - 1);
+        needed = QSize(1, label->heightForWidth(label->width()) - 1);
     return {label->text(), needed, room};
 }
 
@@ -74,9 +78,8 @@ Text inComboBox(const QComboBox *box)
     QStyleOptionComboBox option;
     option.initFrom(box);
     option.frame = true;
-    const QRect room =
-        box->style()->subControlRect(QStyle::CC_ComboBox, &option, QStyle::SC_ComboBoxEditField,
-                                     box);
+    const QRect room = box->style()->subControlRect(QStyle::CC_ComboBox, &option,
+                                                    QStyle::SC_ComboBoxEditField, box);
     Text widest{{}, {}, room};
     for (int i = 0; i < box->count(); ++i) {
         const QSize needed = sizeOf(box, box->itemText(i));
@@ -195,12 +198,20 @@ void ClippingTest::lookAtTexts(const QString &stop, QWidget *window)
 
 void ClippingTest::lookAtHeader(const QString &stop, const QHeaderView *header)
 {
-    constexpr int kPadding = 10; // as the style sheet has it
+    QFont font = header->font();
+    font.setPointSize(kHeaderSize);
     for (int i = 0; i < header->count(); ++i) {
+        if (header->isSectionHidden(i))
+            continue;
         const QString text = header->model()->headerData(i, header->orientation()).toString();
-        const QSize needed = sizeOf(header, text) + QSize(kPadding, 0);
+        const QSize needed = QFontMetrics(font, header).size(0, text) + QSize(kHeaderPadding, 0);
         if (needed.width() > header->sectionSize(i) || needed.height() > header->height())
-            complain(stop, text, "does not fit its header");
+            complain(stop, text,
+                     QString("needs %1x%2 of its header's %3x%4")
+                         .arg(needed.width())
+                         .arg(needed.height())
+                         .arg(header->sectionSize(i))
+                         .arg(header->height()));
         ++measured_;
     }
 }
@@ -215,8 +226,9 @@ void ClippingTest::lookAtCells(const QString &stop, const QTableView *table)
             const QString text = model->index(row, column).data().toString();
             const QSize room(table->columnWidth(column) - 1 - 2 * margin, table->rowHeight(row));
             const QSize needed = sizeOf(table, text);
-            if (text.contains('/') ? needed.height() > room.height()
-                                   : needed.width() > room.width() || needed.height() > room.height())
+            if (text.contains('/')
+                    ? needed.height() > room.height()
+                    : needed.width() > room.width() || needed.height() > room.height())
                 complain(stop, text, "does not fit its cell");
             ++measured_;
         }
@@ -242,7 +254,7 @@ void ClippingTest::look(const QString &stop, QWidget *window)
 void ClippingTest::textsAreWhole()
 {
     QFETCH(QString, family);
-    const QFont font(family);
+    const QFont font(family, kDesktopSize);
     if (QFontInfo(font).family() != family)
         QSKIP(qPrintable("the font is not installed: " + family));
     QApplication::setFont(font);

@@ -203,7 +203,8 @@ void Walk::modal(const QString &name, const std::function<void()> &open,
 
 void Walk::modal(const QString &name, QWidget *button, const std::function<void(QDialog *)> &act)
 {
-    modal(name, [&] { press(button); }, act);
+    modal(
+        name, [&] { press(button); }, act);
 }
 
 void Walk::visitMainPages()
@@ -253,16 +254,16 @@ void Walk::visitReports()
     modal("reports-calendar", named("btnCalIcon"));
     modal("reports-select", numbered("bottomschedulescan", 0));
     auto *table = page()->findChild<QTableWidget *>();
-    modal("report-viewer", [=] { emit table->cellClicked(0, 2); },
-          [this](QDialog *viewer) { visitViewer(viewer); });
+    modal(
+        "report-viewer", [=] { emit table->cellClicked(0, 2); },
+        [this](QDialog *viewer) { visitViewer(viewer); });
 }
 
 void Walk::visitViewer(QDialog *viewer)
 {
     QToolButton *save = numbered(viewer, 0);
-    modal("report-chooser", save, [this](QDialog *chooser) {
-        modal("report-nofolder", numbered(chooser, 0));
-    });
+    modal("report-chooser", save,
+          [this](QDialog *chooser) { modal("report-nofolder", numbered(chooser, 0)); });
 }
 
 void Walk::visitUpdate()
@@ -343,9 +344,8 @@ void Walk::visitSettings()
     stop("settings-update");
 
     QToolButton *importExport = page()->findChildren<QToolButton *>("btnImportExport").last();
-    modal("settings-importexport", importExport, [this](QDialog *dialog) {
-        modal("settings-chooser", numbered(dialog, 1));
-    });
+    modal("settings-importexport", importExport,
+          [this](QDialog *dialog) { modal("settings-chooser", numbered(dialog, 1)); });
 }
 
 void Walk::visitExclusion(QDialog *dialog)
@@ -363,15 +363,14 @@ void Walk::visitPasswords()
         modal("password-reset", numbered(dialog, 1));
     });
     answer("libPassword::IsPasswordExists", {-1});
-    modal("password-manage-none", manage, [this](QDialog *dialog) {
-        modal("password-create", numbered(dialog, 1));
-    });
+    modal("password-manage-none", manage,
+          [this](QDialog *dialog) { modal("password-create", numbered(dialog, 1)); });
     answer("libPassword::IsPasswordExists", {0});
     answer("libPassword::getPwdProtectionStaus", {1});
     go("btnHomeClicked");
-    modal("password-gate", [this] { go("btnSettingsClicked"); }, [this](QDialog *dialog) {
-        modal("password-wrong", numbered(dialog, 1));
-    });
+    modal(
+        "password-gate", [this] { go("btnSettingsClicked"); },
+        [this](QDialog *dialog) { modal("password-wrong", numbered(dialog, 1)); });
 }
 
 void Walk::visitHelp()

@@ -32,17 +32,17 @@ bool mayStay(const QString &text)
 {
     static const QRegularExpression kAllowed(
         "^("
-        "|TALO Antivirus"                     // the product's name
-        "|Facebook|Twitter|Google Plus"       // names of others
-        "|[-0-9:.\\s%]+"                      // numbers, versions, dates
-        "|0 KB(/s)?"                          // figures that a signature update begins with
-        "|Eicar.*|/.*"                        // paths
-        "|Scan type .*"                       // a report, as the engine wrote it
-        "|(Scheduled )?(Full|Quick) Scan"     // a kind of scan in the engine's lists
-        "|(Daily|Every Wednesday) at .*"      // when a schedule runs, in the engine's words
-        "|Nightly1|Weekend1|iso|vmdk"         // what the user has entered
-        "|holiday.jpg|report.pdf"             // names of files
-        "|Pending|Shredded"                   // marks that the shredder's list goes by
+        "|TALO Antivirus"                 // the product's name
+        "|Facebook|Twitter|Google Plus"   // names of others
+        "|[-0-9:.\\s%]+"                  // numbers, versions, dates
+        "|0 KB(/s)?"                      // figures that a signature update begins with
+        "|Eicar.*|/.*"                    // paths
+        "|Scan type .*"                   // a report, as the engine wrote it
+        "|(Scheduled )?(Full|Quick) Scan" // a kind of scan in the engine's lists
+        "|(Daily|Every Wednesday) at .*"  // when a schedule runs, in the engine's words
+        "|Nightly1|Weekend1|iso|vmdk"     // what the user has entered
+        "|holiday.jpg|report.pdf"         // names of files
+        "|Pending|Shredded"               // marks that the shredder's list goes by
         ")$",
         QRegularExpression::DotMatchesEverythingOption);
     return kAllowed.match(text.trimmed()).hasMatch();
@@ -122,8 +122,8 @@ void PseudoLocaleTest::look(const QString &stop, const QWidget *window)
 
 void PseudoLocaleTest::everyTextIsTranslated()
 {
-    const QString fault = talo::test::walkPanel(
-        [this](const QString &stop, QWidget *window) { look(stop, window); });
+    const QString fault =
+        talo::test::walkPanel([this](const QString &stop, QWidget *window) { look(stop, window); });
     missed_.removeDuplicates();
     QVERIFY2(missed_.isEmpty(), qPrintable('\n' + missed_.join('\n')));
     QCOMPARE(fault, QString());
