@@ -148,6 +148,7 @@ QBoxLayout *DuplicateFinder::createFolderRow()
     row->addWidget(browse_);
     row->addSpacing(10);
     row->addWidget(start_);
+    row->setContentsMargins(0, 0, 20, 0); // in line with DELETE, and clear of the window's edge
     return row;
 }
 

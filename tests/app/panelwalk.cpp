@@ -8,11 +8,10 @@
 #include <QApplication>
 #include <QComboBox>
 #include <QDialog>
+#include <QDir>
 #include <QPointer>
 #include <QStackedWidget>
 #include <QTableWidget>
-#include <QTemporaryDir>
-#include <QTemporaryFile>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeView>
@@ -68,7 +67,7 @@ void fillEngine()
     answer("libPassword::IsPasswordExists", {0});
     answer("libPassword::getPwdProtectionStaus", {0});
     answer("libPassword::ValidatePassword", {1});
-    Answer found{0, {}, {3, 5 * 1024 * 1024}};
+    Answer found{810, {}, {2, 5 * 1024 * 1024}};
     found.groups = std::map<std::string, std::list<std::string>>{
         {"holiday.jpg", {"/home/user/Pictures/holiday.jpg", "/home/user/Desktop/holiday.jpg"}},
         {"report.pdf", {"/home/user/Documents/report.pdf", "/home/user/Downloads/report.pdf"}}};
@@ -297,11 +296,10 @@ void Walk::visitDataTheft()
 
 void Walk::visitDuplicates()
 {
-    QTemporaryDir folder;
     go("btnDuplicateFinderClicked");
     stop("duplicates");
     modal("duplicates-chooser", numbered("DuplicateFinderbottom", 0), [&](QDialog *chooser) {
-        if (!clickPath(chooser->findChild<QTreeView *>(), folder.path()))
+        if (!clickPath(chooser->findChild<QTreeView *>(), QDir::currentPath()))
             fault_ = "the folder cannot be chosen";
         press(numbered(chooser, 0));
     });
@@ -312,12 +310,10 @@ void Walk::visitDuplicates()
 
 void Walk::visitShredder()
 {
-    QTemporaryFile file;
-    const bool there = file.open();
     go("btnShredderClicked");
     stop("shredder");
     modal("shredder-chooser", numbered("DuplicateFinderbottom", 0), [&](QDialog *chooser) {
-        if (!there || !clickPath(chooser->findChild<QTreeView *>(), file.fileName()))
+        if (!clickPath(chooser->findChild<QTreeView *>(), QCoreApplication::applicationFilePath()))
             fault_ = "the file cannot be chosen";
         press(numbered(chooser, 0));
     });
