@@ -29,6 +29,9 @@ void leaveStarter()
     // Saves some 50 MB that a window without 3D has no use for.
     if (!qEnvironmentVariableIsSet("QT_XCB_GL_INTEGRATION"))
         qputenv("QT_XCB_GL_INTEGRATION", "none");
+    // As the panel: on a dense screen letters and boxes grow alike.
+    QCoreApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QCoreApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     // At the end of a session the work goes on by itself; no question may hold up the logout.
     QGuiApplication::setFallbackSessionManagementEnabled(false);
 }

@@ -74,6 +74,9 @@ TaloAntivirus_Linux_App::TaloAntivirus_Linux_App(QWidget *parent) : QWidget(pare
     row->addWidget(sidebar_);
     row->addWidget(center_);
     setContentsMargins(0, 0, 0, 0);
+    // Or Qt would mark the first button as soon as the window opens; the first Tab leads to it.
+    setFocusPolicy(Qt::ClickFocus);
+    setFocus();
 }
 
 void TaloAntivirus_Linux_App::createSidebar()
@@ -88,6 +91,7 @@ void TaloAntivirus_Linux_App::createSidebar()
     logo->setFixedSize(150, 100);
     logo->setIconSize(QSize(150, 50));
     logo->setAccessibleName("TALO Antivirus");
+    logo->setFocusPolicy(Qt::NoFocus);
 
     btnHome_ = createSidebarButton("btnHome", tr(" Home"), SLOT(btnHomeClicked()));
     btnHome_->setChecked(true);

@@ -22,6 +22,9 @@ int main(int argc, char *argv[])
         qputenv("QT_XCB_GL_INTEGRATION", "none");
     }
 
+    // All sizes are in pixels; a dense screen is to have them doubled, letters and boxes alike.
+    QApplication::setAttribute(Qt::AA_EnableHighDpiScaling);
+    QApplication::setAttribute(Qt::AA_UseHighDpiPixmaps);
     QApplication application(argc, argv);
     QApplication::addLibraryPath("../lib");
     QApplication::setApplicationDisplayName("TALO Antivirus");

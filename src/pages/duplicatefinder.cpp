@@ -116,6 +116,7 @@ void DuplicateFinder::createMiddle()
     descriptionRow->addWidget(description);
     descriptionRow->addSpacing(5);
 
+    QBoxLayout *folderRow = createFolderRow(); // before the results, for the Tab key
     auto *resultRow = talo::createRow();
     resultRow->addStretch(1);
     resultRow->addWidget(createResults());
@@ -123,7 +124,7 @@ void DuplicateFinder::createMiddle()
 
     auto *column = talo::createColumn(middle_);
     column->addLayout(descriptionRow);
-    column->addLayout(createFolderRow());
+    column->addLayout(folderRow);
     column->addLayout(resultRow);
 }
 
@@ -150,7 +151,7 @@ QBoxLayout *DuplicateFinder::createFolderRow()
     row->addWidget(browse_);
     row->addSpacing(10);
     row->addWidget(start_);
-    row->setContentsMargins(0, 0, 20, 0); // in line with DELETE below
+    row->setContentsMargins(0, 0, 20, 0); // in line with DELETE, and clear of the window's edge
     return row;
 }
 

@@ -66,6 +66,7 @@ void ExcludeScan::createTop()
 
     auto *caption = new QToolButton(top_);
     caption->setObjectName("iconRptViewer");
+    caption->setFocusPolicy(Qt::NoFocus);
     caption->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     caption->setIconSize(QSize(25, 25));
     caption->setText(tr(" Exclude items from scanning"));
@@ -135,6 +136,7 @@ QHBoxLayout *ExcludeScan::createEntryRow()
 
     txtExtension_ = new QTextEdit(middle_);
     txtExtension_->setFixedSize(150, 30);
+    txtExtension_->setTabChangesFocus(true);
     txtExtension_->setAccessibleName(lblField_->text());
 
     btnBrowse_ = talo::createTextButton(middle_, "", tr("BROWSE"));

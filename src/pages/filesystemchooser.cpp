@@ -3,6 +3,7 @@
 #include <QBoxLayout>
 #include <QCoreApplication>
 #include <QDialog>
+#include <QEvent>
 #include <QFileSystemModel>
 #include <QToolButton>
 #include <QTreeView>
@@ -11,6 +12,34 @@ namespace talo
 {
 namespace
 {
+
+// Pages hear of a choice by the tree's clicked(). This says it for who chooses with the keyboard:
+// where the arrows, or the letters of a name, lead to is chosen.
+class KeyboardChoice : public QObject
+{
+public:
+    explicit KeyboardChoice(QTreeView *tree) : QObject(tree), tree_(tree)
+    {
+        tree->installEventFilter(this);
+    }
+
+    bool eventFilter(QObject *watched, QEvent *event) override
+    {
+        if (event->type() == QEvent::KeyPress) {
+            pressedHere_ = true;
+        } else if (event->type() == QEvent::KeyRelease && pressedHere_) {
+            pressedHere_ = false; // the release of the Tab that led here has no press
+            if (tree_->currentIndex().isValid()) {
+                emit tree_->clicked(tree_->currentIndex());
+            }
+        }
+        return QObject::eventFilter(watched, event);
+    }
+
+private:
+    QTreeView *tree_;
+    bool pressedHere_ = false;
+};
 
 QToolButton *createButton(QDialog *dialog, const QString &text)
 {
@@ -35,6 +64,8 @@ FileSystemChooser createFileSystemChooser(const QString &title, QDir::Filters fi
     auto *tree = new QTreeView(dialog);
     tree->setFixedSize(480, 330);
     tree->setModel(model);
+    tree->setAccessibleName(title);
+    new KeyboardChoice(tree);
     tree->expandAll();
     tree->hideColumn(3);
     tree->hideColumn(2);
@@ -42,6 +73,8 @@ FileSystemChooser createFileSystemChooser(const QString &title, QDir::Filters fi
 
     auto *ok = createButton(dialog, QCoreApplication::translate("FileSystemChooser", "OK"));
     auto *cancel = createButton(dialog, QCoreApplication::translate("FileSystemChooser", "CANCEL"));
+    QWidget::setTabOrder(tree, cancel);
+    QWidget::setTabOrder(cancel, ok);
     QObject::connect(cancel, SIGNAL(clicked()), dialog, SLOT(close()));
 
     auto *buttons = new QHBoxLayout;

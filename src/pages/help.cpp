@@ -41,6 +41,7 @@ void Help::createTop()
     auto *title = new QToolButton(top_);
     title->setObjectName("helpPageTitle");
     title->setText(tr(" Help"));
+    title->setFocusPolicy(Qt::NoFocus);
     title->setIconSize(QSize(20, 20));
     title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
 

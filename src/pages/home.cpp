@@ -58,6 +58,7 @@ void Home::createTop()
     btnSecureLogo_->setToolButtonStyle(Qt::ToolButtonIconOnly);
     btnSecureLogo_->setIconSize(QSize(50, 50));
     btnSecureLogo_->setAccessibleName(tr("Protection status"));
+    btnSecureLogo_->setFocusPolicy(Qt::NoFocus);
 
     lblSecureInfo_ = new QLabel(tr("You are protected"), top_);
     lblSecureInfo_->setObjectName("lblSecureInfo");

@@ -40,6 +40,7 @@ void MobileApp::createMiddle()
     icon->setObjectName("iconMobileApp");
     icon->setToolButtonStyle(Qt::ToolButtonIconOnly);
     icon->setIconSize(QSize(50, 50));
+    icon->setFocusPolicy(Qt::NoFocus);
     icon->setText(tr("  TALO Mobile Security guards your phone and tablet as TALO Antivirus\n"
                      "  guards this computer. It checks every app that you install, and finds\n"
                      "  your device again when it is lost."));

@@ -11,6 +11,7 @@
 #include <QDate>
 #include <QDialog>
 #include <QHeaderView>
+#include <QKeyEvent>
 #include <QLabel>
 #include <QTableWidget>
 #include <QToolButton>
@@ -154,8 +155,10 @@ void Report::createCalendar(DateBound &bound, const char *pickedSlot)
 {
     bound.calendar = new QCalendarWidget(bound.dialog);
     bound.calendar->setGridVisible(true);
+    bound.calendar->setAccessibleName(tr("Calendar"));
     bound.calendar->setMinimumDate(QDate(2017, 7, 3));
     connect(bound.calendar, SIGNAL(clicked(QDate)), this, pickedSlot);
+    connect(bound.calendar, SIGNAL(activated(QDate)), this, pickedSlot); // the Return key
 }
 
 void Report::createTable()
@@ -165,6 +168,8 @@ void Report::createTable()
     table_->setColumnWidth(KeyColumn, 278);
     table_->setColumnWidth(TypeColumn, 150);
     table_->setColumnWidth(ViewColumn, 185);
+    table_->setAccessibleName(tr("Reports"));
+    table_->setTabKeyNavigation(false); // Tab leads on to the button
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -172,6 +177,7 @@ void Report::createTable()
     table_->setHorizontalHeaderLabels({tr("Date/Time"), tr("Type"), tr("View")});
     table_->horizontalHeader()->setStretchLastSection(true);
     connect(table_, SIGNAL(cellClicked(int, int)), this, SLOT(viewReportDetails(int, int)));
+    table_->installEventFilter(this);
 }
 
 void Report::createBottom()
@@ -309,6 +315,19 @@ void Report::viewReportDetails(int row, int column)
                        QString::fromStdString(time), QString::fromStdString(type), nullptr);
     viewer->exec();
     viewer->deleteLater();
+}
+
+// The keyboard's way to what a click on "View" does.
+bool Report::eventFilter(QObject *watched, QEvent *event)
+{
+    if (watched == table_ && event->type() == QEvent::KeyPress) {
+        const int key = static_cast<QKeyEvent *>(event)->key();
+        if ((key == Qt::Key_Return || key == Qt::Key_Enter) && table_->currentRow() >= 0) {
+            viewReportDetails(table_->currentRow(), ViewColumn);
+            return true;
+        }
+    }
+    return QWidget::eventFilter(watched, event);
 }
 
 void Report::btnDeleteRptClicked()

@@ -38,6 +38,7 @@ public slots:
 
 protected:
     void showEvent(QShowEvent *event) override;
+    bool eventFilter(QObject *watched, QEvent *event) override;
 
 private:
     // One end of the date range: the text that shows it and the calendar that changes it.

@@ -233,6 +233,22 @@ void Scan::showSlide(int index)
         band_->addWidget(button, 0, column);
         button->show();
     }
+    orderForTab(index);
+}
+
+// The Tab key is to go as the eye does; the widgets' own order is that of the kinds.
+void Scan::orderForTab(int index)
+{
+    QWidget *last = findChild<QWidget *>("btnLeftNav");
+    const auto follow = [&last](QWidget *next) {
+        setTabOrder(last, next);
+        last = next;
+    };
+    follow(slides_->currentWidget()->findChild<QToolButton *>());
+    follow(findChild<QWidget *>("btnRightNav"));
+    for (int column = 1; column < kKinds; ++column) {
+        follow(bandButtons_[(index + column) % kKinds]);
+    }
 }
 
 void Scan::startFullScan()

@@ -47,6 +47,7 @@ private:
     QToolButton *createBandButton(const Kind &kind);
     void connectStart(QToolButton *button, const Kind &kind);
     void showSlide(int index);
+    void orderForTab(int index);
     void startUnlessRunning(const char *program, const QString &title, const char *type);
     void warnOfLimit(const QString &title);
 

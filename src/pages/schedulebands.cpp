@@ -21,6 +21,7 @@ ScheduleMiddle createScheduleMiddle(QWidget *page, const QString &caption)
     label->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
     label->setIconSize(QSize(25, 25));
     label->setText(caption);
+    label->setFocusPolicy(Qt::NoFocus);
 
     auto *column = createColumn(band);
     column->addSpacing(10);

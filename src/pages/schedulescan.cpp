@@ -74,6 +74,8 @@ void ScheduleScan::createTable()
     table_->setColumnWidth(NameColumn, 228);
     table_->setColumnWidth(TypeColumn, 200);
     table_->setColumnWidth(FrequencyColumn, 200);
+    table_->setAccessibleName(tr("Scheduled scans"));
+    table_->setTabKeyNavigation(false); // Tab leads on to the buttons
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);

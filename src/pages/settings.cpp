@@ -40,6 +40,7 @@ void Settings::createTop()
     auto *title = new QToolButton(top_);
     title->setObjectName("settingsPageTitle");
     title->setText(tr(" Settings"));
+    title->setFocusPolicy(Qt::NoFocus);
     title->setIconSize(QSize(20, 20));
     title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
 

@@ -54,6 +54,8 @@ QWidget *Settings::createScanExcludeListConfigurationPage()
     excludeListTbl_->setHorizontalHeaderLabels({tr("Path/Extension"), tr("Type")});
     excludeListTbl_->setSelectionBehavior(QAbstractItemView::SelectRows);
     excludeListTbl_->setSelectionMode(QAbstractItemView::SingleSelection);
+    excludeListTbl_->setAccessibleName(tr("Exclusions"));
+    excludeListTbl_->setTabKeyNavigation(false); // Tab leads on to the buttons
     excludeListTbl_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     // Long paths differ at their ends; broken into lines, their ends would be out of sight.
     excludeListTbl_->setWordWrap(false);

@@ -111,6 +111,7 @@ QWidget *Settings::createUpdateSettingPage()
     column->addLayout(createSwitchRow(page, btnUpdateConfig_, "btnUpdateConfig",
                                       tr("Automatic Update"), SLOT(btnUpdateConfigClicked()),
                                       Qt::AlignRight));
+    setTabOrder(btnUpdateConfig_, cmbUpdateFrequency_);
     column->addStretch();
     column->addLayout(talo::createLabelledRow(label, cmbUpdateFrequency_, Qt::AlignRight));
     column->addStretch();

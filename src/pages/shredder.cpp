@@ -128,6 +128,7 @@ QWidget *Shredder::createTable()
     table_->setWordWrap(false);
     table_->setColumnWidth(FileColumn, 550);
     table_->setColumnWidth(StatusColumn, kStatusWidth);
+    table_->setTabKeyNavigation(false); // Tab leads on to the buttons
     table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table_->setSelectionMode(QAbstractItemView::SingleSelection);
     table_->setSelectionBehavior(QAbstractItemView::SelectRows);

@@ -56,6 +56,7 @@ void ViewReport::createTop()
     caption->setIconSize(QSize(25, 25));
     caption->setText(tr(" Report viewer"));
     caption->setObjectName("iconRptViewer");
+    caption->setFocusPolicy(Qt::NoFocus);
 
     talo::createColumn(top_)->addWidget(caption);
 }
@@ -72,6 +73,8 @@ void ViewReport::createMiddle()
     rptDetails_ = new QTextEdit(middle_);
     rptDetails_->setObjectName("rptDetails");
     rptDetails_->setReadOnly(true);
+    rptDetails_->setAccessibleName(tr("Report"));
+    rptDetails_->setTabChangesFocus(true);
     rptDetails_->setFixedSize(400, 220);
     rptDetails_->setText(reportText_);
 
