@@ -71,6 +71,7 @@ chmod 0700 /srv/papers
 printf '%s%s' 'X5O!P%@AP[4\PZX54(P^)7CC)7}$EICAR-STANDARD-' 'ANTIVIRUS-TEST-FILE!$H+H*' \
     >/srv/papers/letter
 chmod 0600 /srv/papers/letter
+cp /srv/papers/letter /srv/sample
 dbus-daemon --system --nofork --nopidfile --nosyslog 2>/run/bus.log &
 bus=$!
 await "the bus does not answer" dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
@@ -145,6 +146,39 @@ expect 0 as visitor busctl --system call $service /org/taloantivirus/Engine1 \
     $service.Settings Get s General
 says '"ScanArchives" 0'
 printf '\n[Shredder]\nPasses = 2\n' >>/etc/taloantivirus/taloantivirus.conf
+
+step "attacks of an ordinary user"
+# What the service might be led to follow.
+as visitor ln -s /srv/papers /home/visitor/link
+for name in /tmp/talo-scan-planted /var/tmp/talo-update-planted; do
+    as visitor ln -s /etc $name
+done
+as visitor mkdir -p /home/visitor/box
+cp /srv/sample /home/visitor/box/sample
+chown visitor: /home/visitor/box/sample
+expect 1 as sitter talo scan /home/visitor
+id=$(talo quarantine list | awk '/box.sample/ { print $1 }')
+as visitor bash -c 'rmdir ~/box && ln -s /etc ~/box'
+expect 2 talo quarantine restore "$id"
+[ ! -e /etc/sample ] || fail "a file was restored through a planted link"
+picture() {
+    for what in 'Settings Export' 'Exclusions List' 'Schedules All' 'Quarantine List' \
+        'Reports List ss  ' 'Password Exists' 'Firewall'; do
+        # shellcheck disable=SC2086
+        call $what 2>/dev/null || true
+    done
+    sha256sum /etc/passwd /etc/shadow /etc/taloantivirus/*
+    find /srv /usr/local/taloantivirus /var/lib/taloantivirus /etc -newer /run/mark
+}
+touch /run/mark
+picture >/run/before-attack
+attacked=$(service_pid)
+expect 0 as visitor /usr/bin/python3 /run/attack.py "$attacked"
+[ "$(service_pid)" = "$attacked" ] || fail "the service did not live through it"
+picture >/run/after-attack
+diff /run/before-attack /run/after-attack || fail "something has changed"
+expect 0 as visitor talo status
+rm /tmp/talo-scan-planted /var/tmp/talo-update-planted
 
 step "the panel, as an ordinary user"
 install -d -m 0700 -o visitor /run/visitor
