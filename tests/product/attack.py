@@ -1,6 +1,6 @@
 #!/usr/bin/python3
-"""What an ordinary user tries against the service of the system bus. Ends with 1 where anything but a
-refusal comes of it. Whether the service lives and nothing changed is the caller's to see.
+"""What an ordinary user tries against the service of the system bus. Ends with 1 where anything
+but a refusal comes of it. Whether the service lives and nothing changed is the caller's to see.
 
 usage: attack.py PROCESS-OF-THE-SERVICE
 """
@@ -17,14 +17,16 @@ SERVICE = "org.taloantivirus.Engine1"
 OBJECT = "/org/taloantivirus/Engine1"
 REFUSALS = {"org.taloantivirus.Error." + name for name in
             ("NotPermitted", "PasswordNeeded", "InvalidArgument", "LimitReached", "NotFound")}
-# Every user may ask these. Whatever is not here changes something, and is to be refused.
+# Every user may ask these, and have what was permitted to others take effect. Whatever is not here
+# changes something, and is to be refused.
 READING = {"Exclusions.List", "Password.Exists", "Password.Protection", "Password.Validate",
            "ProductUpdate.ProgramUpdateProgress", "Quarantine.List", "Reports.List",
            "Reports.Read", "Reports.LastFullScan", "Scan.Progress", "Scan.Running",
            "Schedules.Details", "Schedules.All", "Settings.Get", "Settings.Export",
-           "Status.GetStatus", "Updates.UpdateState", "Updates.SignatureUpdateProgress"}
-TEXTS = ["General", "0123456789abcdef", "../../../../etc/shadow", "/etc/shadow", "/home/visitor/link",
-         "/proc/self/root/etc", "a\nb%n%s\x1b[2J", "ä" * 60000, ""]
+           "Settings.NotifyChange", "Status.GetStatus", "Updates.UpdateState",
+           "Updates.SignatureUpdateProgress"}
+TEXTS = ["General", "0123456789abcdef", "../../../../etc/shadow", "/etc/shadow",
+         "/home/visitor/link", "/proc/self/root/etc", "a\nb%n%s\x1b[2J", "ä" * 60000, ""]
 NUMBERS = [0, 1, -1, 2**31 - 1, -2**31, 401]
 wrong = []
 
@@ -112,7 +114,7 @@ def malformed():
 
 
 def flood():
-    """Thousands of questions without waiting: most are turned away, and others are still answered."""
+    """Thousands of questions without waiting for the answers: many are turned away."""
     bus = Bus()
     refused = 0
     for _ in range(40):
