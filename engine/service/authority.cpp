@@ -149,14 +149,28 @@ Refusal Authority::passwordRule(Action action, const QString &caller) const
                               .arg(QLatin1String(ruleOf(action).inWords)));
 }
 
-Refusal Authority::decideAtOnce(Action action, const QString &caller) const
+// Before anything that costs more than the answer.
+Refusal Authority::tooMany(uint user)
+{
+    if (users_ == Users::OnlyOurOwn || user == 0 || rate_.admits(user))
+        return {};
+    return {interface::kErrorLimit, QStringLiteral("this user asks too often; wait a moment")};
+}
+
+Refusal Authority::ownRule(Action action, const QString &caller, uint user) const
+{
+    const bool ours = user == 0 || user == geteuid();
+    const bool readable = users_ == Users::JudgedByPolkit && ruleOf(action).polkit == nullptr;
+    return ours || readable ? passwordRule(action, caller) : notPermitted(action);
+}
+
+Refusal Authority::decideAtOnce(Action action, const QString &caller)
 {
     uint user = 0;
     if (!knownUser(caller, user))
         return notPermitted(action);
-    const bool ours = user == 0 || user == geteuid();
-    const bool readable = users_ == Users::JudgedByPolkit && ruleOf(action).polkit == nullptr;
-    return ours || readable ? passwordRule(action, caller) : notPermitted(action);
+    const Refusal flood = tooMany(user);
+    return flood ? flood : ownRule(action, caller, user);
 }
 
 void Authority::decide(const Question &question, Decided decided)
@@ -166,7 +180,11 @@ void Authority::decide(const Question &question, Decided decided)
         decided(notPermitted(question.action), user);
         return;
     }
-    const Refusal refusal = decideAtOnce(question.action, question.caller);
+    if (const Refusal flood = tooMany(user)) {
+        decided(flood, user);
+        return;
+    }
+    const Refusal refusal = ownRule(question.action, question.caller, user);
     const bool polkits =
         users_ == Users::JudgedByPolkit && user != 0 && ruleOf(question.action).polkit != nullptr;
     if (!polkits) {

@@ -1,6 +1,8 @@
 // The one place that decides who may do what.
 #pragma once
 
+#include "service/callrate.h"
+
 #include <QDBusConnection>
 #include <QObject>
 #include <QString>
@@ -86,12 +88,14 @@ public:
     void decide(const Question &question, Decided decided);
 
     // For what polkit is not asked about; anything else is refused.
-    Refusal decideAtOnce(Action action, const QString &caller) const;
+    Refusal decideAtOnce(Action action, const QString &caller);
 
     // The polkit action that an action takes; empty for none.
     static QString polkitAction(Action action);
 
 private:
+    Refusal tooMany(uint user);
+    Refusal ownRule(Action action, const QString &caller, uint user) const;
     Refusal passwordRule(Action action, const QString &caller) const;
     bool knownUser(const QString &caller, uint &user) const;
     void askPolkit(const Question &question, uint user, Decided decided);
@@ -100,6 +104,7 @@ private:
     QDBusConnection bus_;
     store::PasswordStore &passwords_;
     TrustedCallers &trusted_;
+    CallRate rate_;
     std::map<uint, unsigned> waiting_; // questions to polkit, of each user
 };
 

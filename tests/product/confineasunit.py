@@ -3,8 +3,8 @@
 
 usage: confineasunit.py UNIT
 
-A machine of a test's own has no systemd that could do it. Whatever the unit forbids is forbidden here
-in the same words, so a line that takes away what the service needs is noticed.
+A machine of a test's own has no systemd that could do it. Whatever the unit forbids is forbidden
+here in the same words, so a line that takes away what the service needs is noticed.
 """
 import ctypes
 import errno

@@ -34,7 +34,7 @@ mount -t tmpfs -o mode=1777 talo-test $root/var/tmp
 rm -rf $root/usr/local/taloantivirus $root/etc/taloantivirus $root/var/lib/taloantivirus
 # The machine's own signatures would take half a minute to load; the built-in ones know test files.
 mount -t tmpfs -o mode=0755 talo-test $root/var/lib/clamav
-cp "$(dirname "$0")/"{packageinside.sh,confineasunit.py} "$1"/*.deb $root/run
+cp "$(dirname "$0")/"{packageinside.sh,confineasunit.py,attack.py,rawbus.py} "$1"/*.deb $root/run
 cp "$2/engine/store/schema.h" $root/run
 ip link set lo up
 exec env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME=/root \

@@ -71,6 +71,7 @@ chmod 0700 /srv/papers
 printf '%s%s' 'X5O!P%@AP[4\PZX54(P^)7CC)7}$EICAR-STANDARD-' 'ANTIVIRUS-TEST-FILE!$H+H*' \
     >/srv/papers/letter
 chmod 0600 /srv/papers/letter
+cp /srv/papers/letter /srv/sample
 dbus-daemon --system --nofork --nopidfile --nosyslog 2>/run/bus.log &
 bus=$!
 await "the bus does not answer" dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
@@ -134,7 +135,9 @@ await "the firewall is not on" bash -c 'nft list tables | grep -q taloantivirus'
 expect 0 call Settings Apply 'sa{si}' Firewall 1 On 0
 expect 0 call Settings NotifyChange
 await "the firewall stays on" bash -c '! nft list tables | grep -q taloantivirus'
-! grep -E 'rror|arning' /run/unit.log | grep -v 'was refused' || fail "it lacks something"
+! grep -E 'rror|arning' /run/unit.log || fail "it lacks something"
+expect 2 talo update signatures
+says 'network|server|connect'
 end $confined
 expect 0 as visitor talo status
 first=$(service_pid)
@@ -145,6 +148,41 @@ expect 0 as visitor busctl --system call $service /org/taloantivirus/Engine1 \
     $service.Settings Get s General
 says '"ScanArchives" 0'
 printf '\n[Shredder]\nPasses = 2\n' >>/etc/taloantivirus/taloantivirus.conf
+
+step "attacks of an ordinary user"
+# What the service might be led to follow.
+as visitor ln -s /srv/papers /home/visitor/link
+for name in /tmp/talo-scan-planted /var/tmp/talo-update-planted; do
+    as visitor ln -s /etc $name
+done
+as visitor mkdir -p /home/visitor/box
+cp /srv/sample /home/visitor/box/sample
+chown visitor: /home/visitor/box/sample
+expect 1 as sitter talo scan /home/visitor
+id=$(talo quarantine list | awk '/box.sample/ { print $1 }')
+as visitor bash -c 'rmdir ~/box && ln -s /etc ~/box'
+expect 2 talo quarantine restore "$id"
+[ ! -e /etc/sample ] || fail "a file was restored through a planted link"
+picture() {
+    call Settings Export
+    call Password Exists
+    for what in 'report list' 'quarantine list' 'schedule list'; do
+        # shellcheck disable=SC2086
+        talo $what
+    done
+    sha256sum /etc/passwd /etc/shadow /etc/taloantivirus/*
+    find /srv /usr/local/taloantivirus /var/lib/taloantivirus /etc -newer /run/mark
+}
+touch /run/mark
+talo schedule add nightly --full --daily --at 03:00 >/dev/null
+picture >/run/before-attack
+attacked=$(service_pid)
+expect 0 as visitor /usr/bin/python3 /run/attack.py "$attacked"
+[ "$(service_pid)" = "$attacked" ] || fail "the service did not live through it"
+picture >/run/after-attack
+diff /run/before-attack /run/after-attack || fail "something has changed"
+expect 0 as visitor talo status
+rm /tmp/talo-scan-planted /var/tmp/talo-update-planted
 
 step "the panel, as an ordinary user"
 install -d -m 0700 -o visitor /run/visitor
