@@ -68,7 +68,7 @@ void fillEngine()
     answer("libPassword::IsPasswordExists", {0});
     answer("libPassword::getPwdProtectionStaus", {0});
     answer("libPassword::ValidatePassword", {1});
-    Answer found{810, {}, {2, 5 * 1024 * 1024}};
+    Answer found{810, {}, {2, 5LL * 1024 * 1024}};
     found.groups = std::map<std::string, std::list<std::string>>{
         {"holiday.jpg", {"/home/user/Pictures/holiday.jpg", "/home/user/Desktop/holiday.jpg"}},
         {"report.pdf", {"/home/user/Documents/report.pdf", "/home/user/Downloads/report.pdf"}}};
