@@ -25,10 +25,11 @@ namespace talo::test
 namespace
 {
 
-const char kReport[] = "Scan type          : Full Scan\nStarted            : 2026-11-21 14:05:09\n"
-                       "Files scanned      : 24700\nThreats            : 1\n\n"
-                       "/home/user/Downloads/invoice.pdf.exe\n  Eicar-Test-Signature, deleted, "
-                       "kept in quarantine\n";
+const char kReport[] =
+    "TALO Antivirus scan report\nReport: 2026-11-21 14:05:09\nType: Full Scan\nResult: Completed\n"
+    "Duration: 12 min 4 s\nScanned: /\nFiles: 24700 (2.8 GB)\n    Clean: 24699 (2.8 GB)\n"
+    "    Threats: 1 (12 kB)\n\n/home/user/Downloads/invoice.pdf.exe\n    Eicar-Test-Signature: "
+    "moved to quarantine";
 
 void answer(const char *function, Answer answer)
 {
@@ -67,7 +68,7 @@ void fillEngine()
     answer("libPassword::IsPasswordExists", {0});
     answer("libPassword::getPwdProtectionStaus", {0});
     answer("libPassword::ValidatePassword", {1});
-    Answer found{810, {}, {2, 5 * 1024 * 1024}};
+    Answer found{810, {}, {2, 5LL * 1024 * 1024}};
     found.groups = std::map<std::string, std::list<std::string>>{
         {"holiday.jpg", {"/home/user/Pictures/holiday.jpg", "/home/user/Desktop/holiday.jpg"}},
         {"report.pdf", {"/home/user/Documents/report.pdf", "/home/user/Downloads/report.pdf"}}};

@@ -37,7 +37,7 @@ bool mayStay(const QString &text)
         "|[-0-9:.\\s%]+"                  // numbers, versions, dates
         "|0 KB(/s)?"                      // figures that a signature update begins with
         "|Eicar.*|/.*"                    // paths
-        "|Scan type .*"                   // a report, as the engine wrote it
+        "|TALO Antivirus scan report.*"   // as the engine wrote it
         "|(Scheduled )?(Full|Quick) Scan" // a kind of scan in the engine's lists
         "|(Daily|Every Wednesday) at .*"  // when a schedule runs, in the engine's words
         "|Nightly1|Weekend1|iso|vmdk"     // what the user has entered

@@ -1,8 +1,12 @@
 // The window and the words of an update of the program, driven as the service's answers would.
 #include "programs/productupdatewindow.h"
 #include "programs/productupdatewords.h"
+#include "support/clippedtexts.h"
+#include "support/keyboarduse.h"
 #include "support/widgets.h"
 
+#include <QApplication>
+#include <QFile>
 #include <QLabel>
 #include <QProgressBar>
 #include <QToolButton>
@@ -30,6 +34,9 @@ private slots:
     void showsFailureToReachService();
     void showsLastLineOfLongReason();
     void finishCloses();
+    void worksWithoutMouse();
+    void textsAreWhole_data();
+    void textsAreWhole();
 
 private:
     static ProgramUpdate update(interface::ProgramUpdateState state);
@@ -162,6 +169,42 @@ void TestProductUpdateWindow::finishCloses()
     emit job_->ended(update(interface::ProgramLatest));
     QVERIFY(click(button(window_.get(), "FINISH")));
     QVERIFY(!window_->isVisible());
+}
+
+void TestProductUpdateWindow::worksWithoutMouse()
+{
+    QFile sheet(":/res/style/style.qss");
+    QVERIFY(sheet.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(sheet.readAll()));
+    emit job_->progressed(update(interface::ProgramDownloading));
+    QCOMPARE(test::keyboardFaults("working", window_.get()), QStringList());
+    emit job_->ended(update(interface::ProgramInstalled));
+    QCOMPARE(test::keyboardFaults("done", window_.get()), QStringList());
+}
+
+void TestProductUpdateWindow::textsAreWhole_data()
+{
+    QTest::addColumn<QString>("family");
+    for (const char *family : {"DejaVu Sans", "Cantarell", "Noto Sans"})
+        QTest::newRow(family) << family;
+}
+
+void TestProductUpdateWindow::textsAreWhole()
+{
+    QFETCH(QString, family);
+    QApplication::setFont(QFont(family, 11));
+    QFile sheet(":/res/style/style.qss");
+    QVERIFY(sheet.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(sheet.readAll()));
+    emit job_->progressed(update(interface::ProgramDownloading));
+    QCOMPARE(test::measureTexts("working", window_.get()).complaints, QStringList());
+    ProgramUpdate failed = update(interface::ProgramFailed);
+    failed.problem = "The package cannot be installed: no room is left on the drive.";
+    emit job_->ended(failed);
+    QCOMPARE(test::measureTexts("done", window_.get()).complaints, QStringList());
+    const QString pictures = qEnvironmentVariable("TALO_SCREENSHOTS");
+    if (!pictures.isEmpty())
+        QVERIFY(window_->grab().save(pictures + "/productupdate.png"));
 }
 
 QTEST_MAIN(TestProductUpdateWindow)

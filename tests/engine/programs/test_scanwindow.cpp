@@ -5,8 +5,12 @@
 #include "engine/programs/support/samples.h"
 #include "programs/elidedlabel.h"
 #include "programs/scanwindow.h"
+#include "support/clippedtexts.h"
+#include "support/keyboarduse.h"
 
 #include <QAbstractButton>
+#include <QApplication>
+#include <QFile>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QTableView>
@@ -47,6 +51,9 @@ private slots:
     void asksBeforeClosingAndStops();
     void takesTheQuestionBackAtTheEnd();
     void everyButtonIsReachedByKeyboard();
+    void worksWithoutMouse();
+    void textsAreWhole_data();
+    void textsAreWhole();
 
 private:
     void open(const ScanRequest &request = {interface::CustomScan, "/tmp"});
@@ -414,6 +421,41 @@ void TestScanWindow::everyButtonIsReachedByKeyboard()
     QTest::keyClick(child<QToolButton>("btnStopScan"), Qt::Key_Space);
     QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
     QCOMPARE(window_->focusWidget(), child<QToolButton>("btnCloseScan"));
+}
+
+// In the look that it has for people.
+void TestScanWindow::worksWithoutMouse()
+{
+    QFile sheet(":/res/style/style.qss");
+    QVERIFY(sheet.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(sheet.readAll()));
+    openWith(progressIn(interface::Scanning));
+    QCOMPARE(test::keyboardFaults("scanning", window_.get()), QStringList());
+    service_->setProgress(progressIn(interface::Finished));
+    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QCOMPARE(test::keyboardFaults("done", window_.get()), QStringList());
+}
+
+void TestScanWindow::textsAreWhole_data()
+{
+    QTest::addColumn<QString>("family");
+    for (const char *family : {"DejaVu Sans", "Cantarell", "Noto Sans"})
+        QTest::newRow(family) << family;
+}
+
+void TestScanWindow::textsAreWhole()
+{
+    QFETCH(QString, family);
+    QApplication::setFont(QFont(family, 11));
+    openWith(progressIn(interface::Scanning));
+    QCOMPARE(test::measureTexts("scanning", window_.get()).complaints, QStringList());
+    service_->setThreats(manyThreats(1));
+    service_->setProgress(progressIn(interface::Finished));
+    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QCOMPARE(test::measureTexts("done", window_.get()).complaints, QStringList());
+    const QString pictures = qEnvironmentVariable("TALO_SCREENSHOTS");
+    if (!pictures.isEmpty())
+        QVERIFY(window_->grab().save(pictures + "/scanwindow.png"));
 }
 
 QTEST_MAIN(TestScanWindow)
