@@ -60,6 +60,7 @@ std::vector<std::string> surroundings()
 std::string run(const std::vector<std::string> &words)
 {
     std::vector<char *> arguments;
+    arguments.reserve(words.size() + 1);
     for (const std::string &word : words)
         arguments.push_back(const_cast<char *>(word.c_str()));
     arguments.push_back(nullptr);
@@ -145,11 +146,10 @@ std::string beginInstallation(const Installer &installer, const std::string &fol
     words.insert(words.end(), {folder, version});
     words.insert(words.end(), installer.command.begin(), installer.command.end());
     words.push_back(package);
-    const std::string problem =
-        writeInstallation(folder, {Installation::State::Running, version, {}});
+    std::string problem = writeInstallation(folder, {Installation::State::Running, version, {}});
     if (!problem.empty())
         return problem;
-    const std::string fault = run(words);
+    std::string fault = run(words);
     if (fault.empty())
         awaitHelper(folder);
     return fault;
