@@ -2,6 +2,8 @@
 // file, and asks for USB storage to be blocked.
 //
 // Needs root, for a /usr/local of its own; the product then runs as an ordinary user.
+#include "engine/libpassword.h"
+#include "engine/libsettings.h"
 #include "product/desktop.h"
 #include "product/installation.h"
 #include "product/settingspage.h"
@@ -44,15 +46,14 @@ QStringList shredList(const Desktop &desktop)
     });
 }
 
-QString labelText(const Desktop &desktop, const char *name)
+// To be looked at on the GUI thread.
+QString labelText(const char *name)
 {
-    return desktop.see<QString>([name] {
-        for (const QWidget *window : QApplication::topLevelWidgets())
-            for (const QLabel *label : window->findChildren<QLabel *>(name))
-                if (label->isVisible())
-                    return label->text();
-        return QString();
-    });
+    for (const QWidget *window : QApplication::topLevelWidgets())
+        for (const QLabel *label : window->findChildren<QLabel *>(name))
+            if (label->isVisible())
+                return label->text();
+    return {};
 }
 
 void openTool(const Desktop &desktop, const char *tile)
@@ -73,6 +74,7 @@ private slots:
     void theLastCopyStays();
     void filesAreShredded();
     void usbStorageTakesAPassword();
+    void thePasswordChangesTheUsbSetting();
     void aSearchEndsWithThePanel();
     void cleanupTestCase() { engine_.reset(); }
 
@@ -172,7 +174,7 @@ void ProductToolsTest::usbStorageTakesAPassword()
 {
     SUCCEEDS(play([](const Desktop &desktop) {
         openTool(desktop, "btnDataTheft");
-        expect(labelText(desktop, "lblRRInfo"), "OFF");
+        desktop.await("the stored state", [] { return labelText("lblRRInfo") == "OFF"; });
         desktop.clickText("Disable USB");
         desktop.clickText("APPLY");
         expect(desktop.answerMessage(),
@@ -180,6 +182,38 @@ void ProductToolsTest::usbStorageTakesAPassword()
                "settings -> Manage password");
         desktop.screenshot("data-theft");
     }));
+}
+
+void ProductToolsTest::thePasswordChangesTheUsbSetting()
+{
+    QCOMPARE(libPassword::createpass("secret1", "secret1", 0), 0);
+    SUCCEEDS(play([](const Desktop &desktop) {
+        openTool(desktop, "btnDataTheft");
+        desktop.clickText("Disable USB");
+        desktop.clickText("APPLY");
+        desktop.type("Password", "secret2");
+        desktop.clickText("APPLY");
+        expect(desktop.answerMessage(), "Password does not match.");
+        desktop.type("Password", "secret1");
+        desktop.clickText("APPLY");
+        desktop.await("the new state", [] { return labelText("lblRRInfo") == "ON"; });
+    }));
+    int blocked = 0;
+    QCOMPARE(libSettings::GetDeviceControlSetting(&blocked), 0);
+    QCOMPARE(blocked, 1);
+
+    engine_->start(path("state"));
+    SUCCEEDS(play([](const Desktop &desktop) {
+        openTool(desktop, "btnDataTheft");
+        desktop.await("the stored state", [] { return labelText("lblRRInfo") == "ON"; });
+        desktop.clickText("Full Access");
+        desktop.clickText("APPLY");
+        desktop.type("Password", "secret1");
+        desktop.clickText("APPLY");
+        desktop.await("the new state", [] { return labelText("lblRRInfo") == "OFF"; });
+    }));
+    QCOMPARE(libSettings::GetDeviceControlSetting(&blocked), 0);
+    QCOMPARE(blocked, 0);
 }
 
 // Nothing is left behind of it, and nothing crashes.
