@@ -139,8 +139,11 @@ std::string OfficeDocument::contentTypesWithout(std::string_view text) const
             continue;
         out += left.substr(from, tag.begin - from);
         out += left.substr(tag.begin, left.find_first_of(" \t\r\n", tag.begin) - tag.begin);
-        out += " Extension=\"" + attribute(tag, "Extension") +
-               "\" ContentType=\"application/octet-stream\"/>";
+        // A value that holds one kind of quote stood between two of the other.
+        const std::string ending = attribute(tag, "Extension");
+        const std::string quote = ending.find('"') == ending.npos ? "\"" : "'";
+        out +=
+            " Extension=" + quote + ending + quote + " ContentType=\"application/octet-stream\"/>";
         from = tag.end;
     }
     return out += left.substr(from);
