@@ -10,6 +10,14 @@ namespace
 
 constexpr std::string_view kRelations = "word/_rels/document.xml.rels";
 
+std::vector<std::string> endingsIn(std::string_view types)
+{
+    std::vector<std::string> endings;
+    for (talo::disinfect::XmlTag &tag : talo::disinfect::elements(types, "Default"))
+        endings.push_back(tag.attributes["Extension"]);
+    return endings;
+}
+
 void useAll(std::string_view text)
 {
     using namespace talo;
@@ -20,7 +28,9 @@ void useAll(std::string_view text)
     document.noteRelations(kRelations, text);
     const std::string types = document.contentTypesWithout(text);
     const std::string relations = document.relationsWithout(kRelations, text);
+    const std::vector<std::string> endings = endingsIn(text);
     try { // What is left can be read, and nothing more goes from it.
+        fuzz::require(endingsIn(types) == endings);
         fuzz::require(document.contentTypesWithout(types) == types);
         fuzz::require(document.relationsWithout(kRelations, relations) == relations);
     } catch (const disinfect::Refusal &) {

@@ -46,6 +46,8 @@ std::pair<std::size_t, bool> readTag(std::string_view text, std::size_t at, XmlT
             return {place + 1, false};
         if (text.compare(place, 2, "/>") == 0)
             return {place + 2, true};
+        if (text[place] == '/')
+            unreadable();
         const std::size_t equals = text.find('=', place);
         if (equals == text.npos)
             unreadable();
