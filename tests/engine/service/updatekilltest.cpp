@@ -96,7 +96,7 @@ void UpdateKillTest::alwaysHasASetThatLoads()
             }));
             QThread::usleep(1000 * delay(random) / 10);
             // Unless it has ended, and is waited for, by now.
-            if (freshclam == childOf(bench.service()->processId(), "freshclam") &&
+            if (freshclam > 0 && freshclam == childOf(bench.service()->processId(), "freshclam") &&
                 kill(freshclam, SIGKILL) == 0)
                 ++downloads;
         }
