@@ -1,5 +1,7 @@
 #include "programs/format.h"
 
+#include "programs/words.h"
+
 #include <array>
 
 namespace talo::programs
@@ -28,7 +30,7 @@ QString formatCount(quint64 count)
 
 QString formatCount(quint64 count, const char *one, const char *many)
 {
-    return formatCount(count) + QLatin1Char(' ') + QLatin1String(count == 1 ? one : many);
+    return formatCount(count) + QLatin1Char(' ') + inWords(count == 1 ? one : many);
 }
 
 QString formatBytes(quint64 bytes)

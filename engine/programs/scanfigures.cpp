@@ -4,6 +4,7 @@
 #include "programs/elidedlabel.h"
 #include "programs/format.h"
 #include "programs/scanwords.h"
+#include "programs/words.h"
 
 #include <QGridLayout>
 #include <QHBoxLayout>
@@ -22,7 +23,7 @@ ScanFigures::ScanFigures(QWidget *parent)
 {
     current_->setObjectName(QStringLiteral("lblScanCurrent"));
     bar_->setObjectName(QStringLiteral("prgScan"));
-    bar_->setAccessibleName(QStringLiteral("Share of the scan that is done"));
+    bar_->setAccessibleName(inWords("Share of the scan that is done"));
     bar_->setRange(0, 0);
     bar_->setTextVisible(false); // nobody could read it on the bar's stripes
     share_->setObjectName(QStringLiteral("lblScanValue"));
@@ -37,12 +38,12 @@ ScanFigures::ScanFigures(QWidget *parent)
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(6);
-    files_ = addFigure(grid, 0, 0, QStringLiteral("Files scanned"));
-    data_ = addFigure(grid, 1, 0, QStringLiteral("Data done"));
-    elapsed_ = addFigure(grid, 0, 2, QStringLiteral("Elapsed"));
-    remaining_ = addFigure(grid, 1, 2, QStringLiteral("Remaining"));
-    threats_ = addFigure(grid, 0, 4, QStringLiteral("Threats"));
-    notScanned_ = addFigure(grid, 1, 4, QStringLiteral("Not scanned"));
+    files_ = addFigure(grid, 0, 0, inWords("Files scanned"));
+    data_ = addFigure(grid, 1, 0, inWords("Data done"));
+    elapsed_ = addFigure(grid, 0, 2, inWords("Elapsed"));
+    remaining_ = addFigure(grid, 1, 2, inWords("Remaining"));
+    threats_ = addFigure(grid, 0, 4, inWords("Threats"));
+    notScanned_ = addFigure(grid, 1, 4, inWords("Not scanned"));
     for (const int values : {1, 3, 5})
         grid->setColumnStretch(values, 1);
 

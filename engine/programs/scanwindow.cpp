@@ -5,6 +5,7 @@
 #include "programs/signatures.h"
 #include "programs/statusquery.h"
 #include "programs/threatmodel.h"
+#include "programs/words.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -26,9 +27,9 @@ QString placeWords(const ScanRequest &request)
 {
     switch (request.kind) {
     case interface::FullScan:
-        return QStringLiteral("all files and folders");
+        return inWords("all files and folders");
     case interface::QuickScan:
-        return QStringLiteral("the places where threats live and start");
+        return inWords("the places where threats live and start");
     case interface::CustomScan:
         break;
     }
@@ -85,18 +86,18 @@ void ScanWindow::showState(const interface::ScanProgress &progress)
 {
     const bool paused = progress.state == interface::Paused;
     const bool stopping = progress.state == interface::Stopping;
-    pause_->setText(paused ? QStringLiteral("RESUME") : QStringLiteral("PAUSE"));
+    pause_->setText(paused ? inWords("RESUME") : inWords("PAUSE"));
     pause_->setEnabled(progress.state == interface::Scanning || paused);
     stop_->setEnabled(!stopping);
     const QString place = placeWords(request_);
     if (stopping)
-        sub_->setFullText(QStringLiteral("Stopping..."));
+        sub_->setFullText(inWords("Stopping..."));
     else if (paused)
-        sub_->setFullText(QStringLiteral("Paused: ") + place);
+        sub_->setFullText(inWords("Paused: ") + place);
     else if (progress.state == interface::Preparing)
-        sub_->setFullText(QStringLiteral("Loading the signatures..."));
+        sub_->setFullText(inWords("Loading the signatures..."));
     else
-        sub_->setFullText(QStringLiteral("Scanning ") + place);
+        sub_->setFullText(inWords("Scanning ") + place);
 }
 
 void ScanWindow::addThreats(const QList<talo::interface::ThreatFound> &threats)
@@ -114,10 +115,9 @@ void ScanWindow::showEnd(const talo::interface::ScanProgress &progress)
     const bool told = progress.state == interface::Finished && !nothingCouldBeScanned(progress);
     showSummary(told ? whole : Outcome::Unfinished, verdictSentence(progress),
                 notScannedSentence(progress));
-    sub_->setFullText(progress.state == interface::Finished ? QStringLiteral("The scan is done.")
-                      : progress.state == interface::Stopped
-                          ? QStringLiteral("The scan was stopped.")
-                          : QStringLiteral("The scan failed."));
+    sub_->setFullText(progress.state == interface::Finished  ? inWords("The scan is done.")
+                      : progress.state == interface::Stopped ? inWords("The scan was stopped.")
+                                                             : inWords("The scan failed."));
     view_->setVisible(!reportKey_.isEmpty());
     status_->ask();
     finish();
@@ -127,8 +127,8 @@ void ScanWindow::showFailure(const QString &problem)
 {
     const bool begun = state_ != interface::Preparing;
     state_ = interface::Failed;
-    sub_->setFullText(begun ? QStringLiteral("The scan was lost.")
-                            : QStringLiteral("The scan could not be started."));
+    sub_->setFullText(begun ? inWords("The scan was lost.")
+                            : inWords("The scan could not be started."));
     // Numbers of a scan whose end nobody knows would look like a result.
     figures_->hide();
     signatures_->setVisible(begun);
@@ -174,7 +174,7 @@ void ScanWindow::finish()
 void ScanWindow::showSignatures(const QVariantMap &status)
 {
     const SignatureWords words = describeSignatures(status, QDateTime::currentDateTimeUtc());
-    QString text = QLatin1String("Signatures: ") + words.inUse + QLatin1Char('.');
+    QString text = inWords("Signatures: ") + words.inUse + QLatin1Char('.');
     if (!words.advice.isEmpty())
         text += QLatin1Char('\n') + words.advice;
     signatures_->setText(text);
@@ -194,7 +194,7 @@ void ScanWindow::stop()
 {
     stop_->setEnabled(false);
     pause_->setEnabled(false);
-    sub_->setFullText(QStringLiteral("Stopping..."));
+    sub_->setFullText(inWords("Stopping..."));
     job_.stop();
 }
 
@@ -223,13 +223,12 @@ void ScanWindow::closeEvent(QCloseEvent *event)
 void ScanWindow::askBeforeClosing()
 {
     question_ = new QMessageBox(QMessageBox::Question, QStringLiteral("TALO Antivirus"),
-                                QStringLiteral("The scan goes on in the background. Its report "
-                                               "will be in the list."),
+                                inWords("The scan goes on in the background. Its report "
+                                        "will be in the list."),
                                 QMessageBox::NoButton, this);
-    auto *goOn = question_->addButton(QStringLiteral("LET IT GO ON"), QMessageBox::AcceptRole);
-    auto *stopIt =
-        question_->addButton(QStringLiteral("STOP THE SCAN"), QMessageBox::DestructiveRole);
-    auto *keep = question_->addButton(QStringLiteral("KEEP THE WINDOW"), QMessageBox::RejectRole);
+    auto *goOn = question_->addButton(inWords("LET IT GO ON"), QMessageBox::AcceptRole);
+    auto *stopIt = question_->addButton(inWords("STOP THE SCAN"), QMessageBox::DestructiveRole);
+    auto *keep = question_->addButton(inWords("KEEP THE WINDOW"), QMessageBox::RejectRole);
     goOn->setObjectName(QStringLiteral("btnLetScanGoOn"));
     stopIt->setObjectName(QStringLiteral("btnStopScanAndClose"));
     keep->setObjectName(QStringLiteral("btnKeepScanWindow"));

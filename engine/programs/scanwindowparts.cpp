@@ -4,6 +4,7 @@
 #include "programs/elidedlabel.h"
 #include "programs/scanfigures.h"
 #include "programs/threatmodel.h"
+#include "programs/words.h"
 
 #include <QHBoxLayout>
 #include <QHeaderView>
@@ -35,7 +36,7 @@ QToolButton *createButton(QWidget *parent, const char *name, const char *text)
 {
     auto *button = new QToolButton(parent);
     button->setObjectName(QLatin1String(name));
-    button->setText(QLatin1String(text));
+    button->setText(inWords(text));
     button->setCursor(Qt::PointingHandCursor);
     button->setFocusPolicy(Qt::StrongFocus);
     return button;
@@ -55,7 +56,7 @@ QTableView *createThreatTable(QWidget *parent, ThreatModel *model)
 {
     auto *table = new QTableView(parent);
     table->setObjectName(QStringLiteral("tblScanThreats"));
-    table->setAccessibleName(QStringLiteral("Threats found"));
+    table->setAccessibleName(inWords("Threats found"));
     table->setModel(model);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);

@@ -2,6 +2,7 @@
 
 #include "programs/format.h"
 #include "programs/printable.h"
+#include "programs/words.h"
 
 namespace talo::programs
 {
@@ -12,8 +13,8 @@ namespace
 QString threatsSentence(const interface::ScanProgress &progress)
 {
     if (progress.threats == 0)
-        return QStringLiteral("No threats found");
-    return formatCount(progress.threats, "threat", "threats") + QLatin1String(" found");
+        return inWords("No threats found");
+    return formatCount(progress.threats, "threat", "threats") + inWords(" found");
 }
 
 } // namespace
@@ -22,13 +23,13 @@ QString kindTitle(interface::ScanKind kind)
 {
     switch (kind) {
     case interface::FullScan:
-        return QStringLiteral("Full Scan");
+        return inWords("Full Scan");
     case interface::QuickScan:
-        return QStringLiteral("Quick Scan");
+        return inWords("Quick Scan");
     case interface::CustomScan:
         break;
     }
-    return QStringLiteral("Custom Scan");
+    return inWords("Custom Scan");
 }
 
 quint64 filesScanned(const interface::ScanProgress &progress)
@@ -64,16 +65,16 @@ int percentDone(const interface::ScanProgress &progress)
 QString verdictSentence(const interface::ScanProgress &progress)
 {
     if (nothingCouldBeScanned(progress))
-        return QStringLiteral("Nothing could be scanned.");
+        return inWords("Nothing could be scanned.");
     const QString found = threatsSentence(progress);
     if (progress.state == interface::Finished)
         return found + QLatin1Char('.');
-    const QString sofar = found + QLatin1String(" until then.");
+    const QString sofar = found + inWords(" until then.");
     if (progress.state == interface::Stopped)
-        return QLatin1String("The scan was stopped. ") + sofar;
+        return inWords("The scan was stopped. ") + sofar;
     const QString reason = printable(progress.failure);
-    const QString failed = reason.isEmpty() ? QStringLiteral("The scan failed. ")
-                                            : QStringLiteral("The scan failed: %1. ").arg(reason);
+    const QString failed = reason.isEmpty() ? inWords("The scan failed. ")
+                                            : inWords("The scan failed: %1. ").arg(reason);
     return QString(failed).replace(QLatin1String(".. "), QLatin1String(". ")) + sofar;
 }
 
@@ -82,7 +83,7 @@ QString notScannedSentence(const interface::ScanProgress &progress)
     const quint64 count = filesNotScanned(progress);
     if (count == 0)
         return QString();
-    return QStringLiteral("%1 not scanned: %2 skipped, %3 with errors.")
+    return inWords("%1 not scanned: %2 skipped, %3 with errors.")
         .arg(formatCount(count, "file was", "files were"), formatCount(progress.skipped),
              formatCount(progress.errors));
 }

@@ -2,6 +2,7 @@
 
 #include "programs/format.h"
 #include "programs/printable.h"
+#include "programs/words.h"
 
 #include <QStringList>
 
@@ -17,8 +18,8 @@ constexpr qint64 kOldDays = 7;
 QString ageWords(qint64 days)
 {
     if (days == 0)
-        return QStringLiteral("less than a day old");
-    return formatCount(static_cast<quint64>(days), "day", "days") + QLatin1String(" old");
+        return inWords("less than a day old");
+    return formatCount(static_cast<quint64>(days), "day", "days") + inWords(" old");
 }
 
 } // namespace
@@ -27,29 +28,29 @@ SignatureWords describeSignatures(const QVariantMap &status, const QDateTime &no
 {
     const QString set = printable(status.value(QStringLiteral("signatureSet")).toString());
     if (set.isEmpty())
-        return {QStringLiteral("not known"),
-                QStringLiteral("The service did not say which signatures it scans with.")};
+        return {inWords("not known"),
+                inWords("The service did not say which signatures it scans with.")};
 
-    QStringList parts{set + QLatin1String(" set")};
+    QStringList parts{set + inWords(" set")};
     const QString version = printable(status.value(QStringLiteral("signatureVersion")).toString());
     if (!version.isEmpty())
-        parts << QLatin1String("version ") + version;
+        parts << inWords("version ") + version;
     const qint64 time = status.value(QStringLiteral("signatureTime")).toLongLong();
     // A clock that was set back does not make signatures from the future.
     const qint64 days = qMax<qint64>(0, now.toSecsSinceEpoch() - time) / kSecondsOfDay;
-    parts << (time > 0 ? ageWords(days) : QStringLiteral("of unknown age"));
+    parts << (time > 0 ? ageWords(days) : inWords("of unknown age"));
     const quint64 count = status.value(QStringLiteral("signatureCount")).toULongLong();
     if (count > 0)
         parts << formatCount(count, "signature", "signatures");
 
     QString advice;
     if (set == QLatin1String("built-in"))
-        advice = QStringLiteral("The built-in set knows little more than test files. Update the "
-                                "signatures to find current malware.");
+        advice = inWords("The built-in set knows little more than test files. Update the "
+                         "signatures to find current malware.");
     else if (time <= 0)
-        advice = QStringLiteral("The age of the signatures is not known. Update them to be sure.");
+        advice = inWords("The age of the signatures is not known. Update them to be sure.");
     else if (days > kOldDays)
-        advice = QStringLiteral("The signatures are %1. Update them to find current malware.")
+        advice = inWords("The signatures are %1. Update them to find current malware.")
                      .arg(ageWords(days));
     return {parts.join(QLatin1String(", ")), advice};
 }

@@ -1,4 +1,5 @@
 #include "programs/threatmodel.h"
+#include "programs/words.h"
 
 namespace talo::programs
 {
@@ -57,11 +58,11 @@ QVariant ThreatModel::headerData(int section, Qt::Orientation orientation, int r
         return {};
     switch (section) {
     case File:
-        return QStringLiteral("File");
+        return inWords("File");
     case Threat:
-        return QStringLiteral("Threat");
+        return inWords("Threat");
     default:
-        return QStringLiteral("Action taken");
+        return inWords("Action taken");
     }
 }
 

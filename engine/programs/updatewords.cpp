@@ -3,6 +3,7 @@
 #include "interface/names.h"
 #include "programs/format.h"
 #include "programs/printable.h"
+#include "programs/words.h"
 
 #include <QStringList>
 
@@ -18,15 +19,15 @@ QString phase(uint status)
 {
     switch (status) {
     case interface::UpdatePreparing:
-        return QStringLiteral("Preparing");
+        return inWords("Preparing");
     case interface::UpdateDownloading:
-        return QStringLiteral("Downloading");
+        return inWords("Downloading");
     case interface::UpdateChecking:
-        return QStringLiteral("Checking the new signatures");
+        return inWords("Checking the new signatures");
     default:
         break;
     }
-    return QStringLiteral("Installing");
+    return inWords("Installing");
 }
 
 QString bytes(qlonglong kilobytes)
@@ -41,7 +42,7 @@ QString updateLine(const interface::UpdateProgress &progress)
     QStringList parts{phase(progress.status),
                       QStringLiteral("%1%").arg(static_cast<int>(progress.percentage), 3)};
     if (progress.status == interface::UpdateDownloading && progress.total > 0) {
-        parts << bytes(progress.total - progress.remaining) + QLatin1String(" of ") +
+        parts << bytes(progress.total - progress.remaining) + inWords(" of ") +
                      bytes(progress.total);
         if (progress.speed > 0)
             parts << bytes(progress.speed) + QLatin1String("/s");
@@ -53,15 +54,15 @@ QString updateOutcome(const interface::UpdateProgress &progress)
 {
     switch (progress.status) {
     case interface::UpdateDone:
-        return QStringLiteral("The signatures were updated.");
+        return inWords("The signatures were updated.");
     case interface::UpdateLatest:
-        return QStringLiteral("The signatures are the latest already.");
+        return inWords("The signatures are the latest already.");
     case interface::UpdateStopped:
-        return QStringLiteral("The update was stopped. The signatures are as they were.");
+        return inWords("The update was stopped. The signatures are as they were.");
     default:
         break;
     }
-    QString words = QStringLiteral("The update failed");
+    QString words = inWords("The update failed");
     if (!progress.detail.isEmpty())
         words += QLatin1String(": ") + printable(progress.detail);
     return words.endsWith(QLatin1Char('.')) ? words : words + QLatin1Char('.');

@@ -11,10 +11,13 @@
 #include <QAbstractButton>
 #include <QApplication>
 #include <QFile>
+#include <QHeaderView>
+#include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
 #include <QTableView>
 #include <QToolButton>
+#include <QTranslator>
 #include <QtTest>
 
 #include <memory>
@@ -54,6 +57,7 @@ private slots:
     void worksWithoutMouse();
     void textsAreWhole_data();
     void textsAreWhole();
+    void everyTextCanBeTranslated();
 
 private:
     void open(const ScanRequest &request = {interface::CustomScan, "/tmp"});
@@ -456,6 +460,54 @@ void TestScanWindow::textsAreWhole()
     const QString pictures = qEnvironmentVariable("TALO_SCREENSHOTS");
     if (!pictures.isEmpty())
         QVERIFY(window_->grab().save(pictures + "/scanwindow.png"));
+}
+
+// In a made-up language that puts brackets round all it is asked for: what has none was not asked.
+void TestScanWindow::everyTextCanBeTranslated()
+{
+    class Brackets : public QTranslator
+    {
+    public:
+        bool isEmpty() const override { return false; }
+        QString translate(const char *, const char *source, const char *, int) const override
+        {
+            return QLatin1Char('[') + QString::fromUtf8(source) + QLatin1Char(']');
+        }
+    } language;
+    QVERIFY(QCoreApplication::installTranslator(&language));
+    const auto restored =
+        qScopeGuard([&language] { QCoreApplication::removeTranslator(&language); });
+
+    const auto missed = [this] {
+        QStringList texts;
+        for (const QWidget *widget : window_->findChildren<QWidget *>()) {
+            if (!widget->isVisible())
+                continue;
+            texts << widget->accessibleName();
+            if (const auto *label = qobject_cast<const QLabel *>(widget))
+                texts << label->text();
+            if (const auto *button = qobject_cast<const QAbstractButton *>(widget))
+                texts << button->text();
+            if (const auto *header = qobject_cast<const QHeaderView *>(widget))
+                for (int column = 0; column < header->count(); ++column)
+                    texts << header->model()->headerData(column, header->orientation()).toString();
+        }
+        // Numbers with their units, and paths, are the same in every language.
+        static const QRegularExpression kSame("^([-0-9.,% ]|[KMG]?B|h|min|s|bytes?)*$|/");
+        QStringList left;
+        for (const QString &text : qAsConst(texts))
+            if (!text.contains('[') && !kSame.match(text).hasMatch())
+                left << text;
+        return left;
+    };
+    service_->setProgress(progressIn(interface::Scanning));
+    open();
+    QTRY_VERIFY(!figure("[Elapsed]").isEmpty() && figure("[Elapsed]") != "-");
+    QCOMPARE(missed().join('|'), QString());
+    service_->setThreats(manyThreats(1));
+    service_->setProgress(progressIn(interface::Finished));
+    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QCOMPARE(missed().join('|'), QString());
 }
 
 QTEST_MAIN(TestScanWindow)
