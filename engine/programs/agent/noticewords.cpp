@@ -4,6 +4,7 @@
 #include "programs/format.h"
 #include "programs/printable.h"
 #include "programs/signatures.h"
+#include "programs/words.h"
 
 #include <QStringList>
 
@@ -40,13 +41,13 @@ QString endWord(uint state)
 {
     switch (state) {
     case interface::Finished:
-        return QStringLiteral("finished");
+        return inWords("finished");
     case interface::Stopped:
-        return QStringLiteral("stopped");
+        return inWords("stopped");
     case interface::Failed:
-        return QStringLiteral("failed");
+        return inWords("failed");
     case interface::Interrupted:
-        return QStringLiteral("interrupted");
+        return inWords("interrupted");
     default:
         return QString();
     }
@@ -59,13 +60,12 @@ Notice threatNotice(const QString &scanType, int count, const QList<FoundThreat>
     Notice notice;
     notice.icon = QStringLiteral("security-low");
     notice.urgency = Notice::Urgency::Critical;
-    notice.summary = count == 1
-                         ? QStringLiteral("Threat found")
-                         : threatCount(static_cast<quint64>(count)) + QStringLiteral(" found");
+    notice.summary = count == 1 ? inWords("Threat found")
+                                : threatCount(static_cast<quint64>(count)) + inWords(" found");
     QStringList lines{shortened(scanType)};
     for (const FoundThreat &threat : latest)
         // Built from parts: a name may look like a placeholder.
-        lines << shortened(threat.name) + QStringLiteral(" in ") + shortened(threat.path) +
+        lines << shortened(threat.name) + inWords(" in ") + shortened(threat.path) +
                      QStringLiteral(": ") + shortened(threat.outcome);
     notice.body = lines.join(QLatin1Char('\n'));
     return notice;
@@ -78,14 +78,12 @@ std::optional<Notice> endNotice(const EndedScan &scan)
         return std::nullopt;
     Notice notice;
     notice.summary = shortened(scan.type) + QLatin1Char(' ') + word;
-    const QString found =
-        scan.threats == 0 ? QStringLiteral("No threats") : threatCount(scan.threats);
-    QStringList lines{found + QStringLiteral(" found in ") +
-                      formatCount(scan.files, "file", "files")};
+    const QString found = scan.threats == 0 ? inWords("No threats") : threatCount(scan.threats);
+    QStringList lines{found + inWords(" found in ") + formatCount(scan.files, "file", "files")};
     if (!scan.scanned.isEmpty())
-        lines << QStringLiteral("Scanned: ") + shortened(scan.scanned);
+        lines << inWords("Scanned: ") + shortened(scan.scanned);
     if (scan.report.isEmpty())
-        lines << QStringLiteral("Its report could not be stored.");
+        lines << inWords("Its report could not be stored.");
     notice.body = lines.join(QLatin1Char('\n'));
 
     if (scan.threats > 0) {
@@ -108,7 +106,7 @@ std::optional<Notice> signatureNotice(const QVariantMap &status, const QDateTime
         return std::nullopt;
     Notice notice;
     notice.icon = QStringLiteral("dialog-warning");
-    notice.summary = QStringLiteral("The virus signatures need an update");
+    notice.summary = inWords("The virus signatures need an update");
     notice.body = words.advice;
     return notice;
 }
