@@ -138,13 +138,17 @@ void ShredderListTest::lastRowCanBeReached()
         QCOMPARE(window_->addNew(QString::number(number)), QString());
     QTableWidget *table = window_->table();
     const QTableWidgetItem *last = table->item(19, 0);
-    table->scrollToItem(last);
-    const QPoint bottom =
-        table->viewport()->mapTo(&window_->page, table->visualItemRect(last).bottomLeft());
     auto *container = window_->page.findChild<QWidget *>("updatecontainer");
     // Nor is the status cut off at its side.
-    QVERIFY(table->visualItemRect(table->item(19, 1)).right() <= table->viewport()->width());
-    QVERIFY(bottom.y() < container->mapTo(&window_->page, QPoint(0, container->height())).y());
+    QTRY_VERIFY(table->visualItemRect(table->item(19, 1)).right() <= table->viewport()->width());
+    const int end = container->mapTo(&window_->page, QPoint(0, container->height())).y();
+    // The table lays itself out once the rows have been added.
+    const auto reached = [&] {
+        table->scrollToItem(last);
+        const QPoint bottom = table->visualItemRect(last).bottomLeft();
+        return table->viewport()->mapTo(&window_->page, bottom).y() < end;
+    };
+    QTRY_VERIFY(reached());
 }
 
 void ShredderListTest::backLeadsToTheTools()
