@@ -49,9 +49,17 @@ FakeTalod::~FakeTalod()
     thread_.wait();
 }
 
+// On the thread that answers: a connection that goes while a call is being answered takes the
+// library's own thread with it.
 void FakeTalod::die()
 {
-    QDBusConnection::disconnectFromBus(name_);
+    QMetaObject::invokeMethod(
+        this,
+        [this] {
+            QDBusConnection(name_).unregisterObject(QString::fromLatin1(interface::kObject));
+            QDBusConnection::disconnectFromBus(name_);
+        },
+        Qt::BlockingQueuedConnection);
 }
 
 void FakeTalod::refuse(const QString &method, const QString &errorName, const QString &text)
