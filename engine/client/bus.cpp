@@ -1,6 +1,7 @@
 #include "client/bus.h"
 
 #include "interface/busaddress.h"
+#include "interface/busconnection.h"
 #include "interface/names.h"
 #include "interface/types.h"
 
@@ -151,7 +152,7 @@ QDBusConnection Bus::open(const QString &address, const char *purpose) const
     QDBusConnection::disconnectFromBus(name);
     if (address.isEmpty())
         return QDBusConnection(name);
-    return QDBusConnection::connectToBus(address, name);
+    return interface::connectToBus(address, name);
 }
 
 void Bus::forget(const QDBusConnection &connection)

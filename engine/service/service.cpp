@@ -1,6 +1,7 @@
 #include "service/service.h"
 
 #include "interface/busaddress.h"
+#include "interface/busconnection.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
 #include "schedule/clock.h"
@@ -106,7 +107,7 @@ ExitCode Service::openBus()
                           "bus with --bus");
         return CannotStart;
     }
-    bus_ = QDBusConnection::connectToBus(address, connectionName());
+    bus_ = interface::connectToBus(address, connectionName());
     if (!bus_.isConnected()) {
         log(Level::Error, "cannot reach the bus at " + address.toStdString() + ": " +
                               bus_.lastError().message().toStdString());

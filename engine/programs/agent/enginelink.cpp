@@ -1,6 +1,7 @@
 #include "programs/agent/enginelink.h"
 
 #include "client/bus.h"
+#include "interface/busconnection.h"
 #include "interface/names.h"
 
 #include <QDBusPendingCallWatcher>
@@ -38,7 +39,7 @@ void EngineLink::setReopenAfter(std::chrono::milliseconds pause)
 void EngineLink::open()
 {
     const QString name = QStringLiteral("talo-engine-") + address_;
-    bus_ = QDBusConnection::connectToBus(address_, name);
+    bus_ = interface::connectToBus(address_, name);
     if (!bus_.isConnected()) {
         QDBusConnection::disconnectFromBus(name);
         reopen_.start();

@@ -2,6 +2,7 @@
 #include "programs/agent/agent.h"
 
 #include "interface/busaddress.h"
+#include "interface/busconnection.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -55,7 +56,7 @@ int main(int argc, char *argv[])
         qCritical("There is no session bus, and so nobody to notify.");
         return kFailed;
     }
-    QDBusConnection session = QDBusConnection::connectToBus(address, QStringLiteral("desktop"));
+    QDBusConnection session = interface::connectToBus(address, QStringLiteral("desktop"));
     if (!session.isConnected()) {
         qCritical("The session bus cannot be reached: %s",
                   qUtf8Printable(session.lastError().message()));
