@@ -29,8 +29,8 @@ struct Way {
     const char *slot;
 };
 
-const char kEdit[] = SIGNAL(EditConfigureScheduleScan(QString, int, int, int, int));
-const char kEditSlot[] = SLOT(btnEditConfigureScheduleScanCliked(QString, int, int, int, int));
+const char *const kEdit = SIGNAL(EditConfigureScheduleScan(QString, int, int, int, int));
+const char *const kEditSlot = SLOT(btnEditConfigureScheduleScanCliked(QString, int, int, int, int));
 
 const Way kWays[] = {
     {"Home", SIGNAL(ShowScanPage()), SLOT(btnScanCliked())},
