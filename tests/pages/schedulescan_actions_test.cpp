@@ -21,7 +21,7 @@ const char kGetDetails[] = "libScheduleScan::GetScheduleScanDetails";
 const char kRemove[] = "libScheduleScan::RemoveScheduleScan";
 const char kNight[] = "night#Daily at 02:00#Full Scan";
 const char kNightAndNoon[] = "night#Daily at 02:00#Full Scan,noon#Every Friday at 12:00#Quick Scan";
-const char kEditSignal[] = SIGNAL(EditConfigureScheduleScan(QString, int, int, int, int));
+const char *const kEditSignal = SIGNAL(EditConfigureScheduleScan(QString, int, int, int, int));
 
 } // namespace
 
