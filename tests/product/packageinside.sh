@@ -3,48 +3,9 @@
 # Run by package.sh on a machine of the test's own.
 set -euo pipefail
 package=$1
-service=org.taloantivirus.Engine1
-state=/var/lib/taloantivirus
+. /run/steps.sh
 
-step() { printf '== %s\n' "$*"; }
-fail() {
-    printf 'FAILED: %s\n' "$*"
-    tail -n 30 /run/bus.log /run/said /run/unit.log /run/panel.log /run/xvfb.log 2>/dev/null || true
-    exit 1
-}
-# expect CODE COMMAND…: what it says is in /run/said.
-expect() {
-    local wanted=$1 code=0
-    shift
-    "$@" >/run/said 2>&1 || code=$?
-    [ "$code" = "$wanted" ] || fail "$* ended with $code, not $wanted"
-}
-says() { grep -qE -- "$1" /run/said || fail "\"$1\" was not said"; }
-await() {
-    local what=$1 tries=300
-    shift
-    until "$@" >/dev/null 2>&1; do
-        tries=$((tries - 1))
-        [ $tries -gt 0 ] || fail "$what"
-        sleep 0.1
-    done
-}
-exec_as() {
-    local user=$1
-    shift
-    exec setpriv --reuid "$user" --regid "$user" --init-groups --reset-env -- \
-        env PATH=/usr/bin:/bin LC_ALL=C.UTF-8 "$@"
-}
-as() { (exec_as "$@"); }
-ask_bus() {
-    dbus-send --system --print-reply=literal --dest=org.freedesktop.DBus / \
-        "org.freedesktop.DBus.$1" "string:$service" 2>/dev/null
-}
-service_pid() {
-    local answer
-    answer=$(ask_bus GetConnectionUnixProcessID) && echo "${answer##* }"
-}
-call() { busctl --system call $service /org/taloantivirus/Engine1 "$service.$1" "${@:2}"; }
+logs() { tail -n 30 /run/bus.log /run/panel.log /run/xvfb.log 2>/dev/null || true; }
 # Every file that a package could have left, but for what the package manager keeps for itself.
 files() {
     find /boot /etc /opt /srv /usr /var -xdev \( -path /var/lib/dpkg -o -path /var/log \
@@ -55,22 +16,10 @@ end() {
     while kill -0 "$1" 2>/dev/null; do sleep 0.05; done
 }
 
-useradd --create-home sitter
-useradd --create-home visitor
-# Stands for sitting at the machine, which only a login manager could tell.
-cat >/etc/polkit-1/rules.d/10-sitter.rules <<'END'
-polkit.addRule(function(action, subject) {
-    if (action.id == "org.taloantivirus.scan" && subject.user == "sitter")
-        return polkit.Result.YES;
-});
-END
+make_users
+plant_malware
 mkdir -m 755 /run/dbus
 mkdir -m 1777 -p /tmp/.X11-unix
-mkdir /srv/papers
-chmod 0700 /srv/papers
-printf '%s%s' 'X5O!P%@AP[4\PZX54(P^)7CC)7}$EICAR-STANDARD-' 'ANTIVIRUS-TEST-FILE!$H+H*' \
-    >/srv/papers/letter
-chmod 0600 /srv/papers/letter
 cp /srv/papers/letter /srv/sample
 dbus-daemon --system --nofork --nopidfile --nosyslog 2>/run/bus.log &
 bus=$!
@@ -114,33 +63,6 @@ says 'NotPermitted|may not'
 expect 2 as visitor ls $state
 expect 1 as visitor bash -c "kill $first"
 says 'not permitted'
-
-step "with no more than the unit leaves"
-end "$first"
-/run/confineasunit.py /lib/systemd/system/talod.service 2>/run/unit.log &
-confined=$!
-await "the confined service is not on the bus" service_pid
-[ "$(service_pid)" = $confined ] || fail "another service was started"
-grep -q '^NoNewPrivs:.1' /proc/$confined/status || fail "it is not confined"
-id=$(talo quarantine list | awk '/letter/ { print $1 }')
-expect 0 talo quarantine restore "$id"
-expect 1 as sitter talo scan /srv/papers
-says '/srv/papers/letter'
-server=$(pgrep -o -P $confined -x talo-scan-worke)
-[ "$(readlink "/proc/$server/ns/net")" != "$(readlink /proc/$confined/ns/net)" ] ||
-    fail "the workers have the service's network"
-expect 0 call Settings Apply 'sa{si}' Firewall 1 On 1
-expect 0 call Settings NotifyChange
-await "the firewall is not on" bash -c 'nft list tables | grep -q taloantivirus'
-expect 0 call Settings Apply 'sa{si}' Firewall 1 On 0
-expect 0 call Settings NotifyChange
-await "the firewall stays on" bash -c '! nft list tables | grep -q taloantivirus'
-! grep -E 'rror|arning' /run/unit.log || fail "it lacks something"
-expect 2 talo update signatures
-says 'network|server|connect'
-end $confined
-expect 0 as visitor talo status
-first=$(service_pid)
 
 step "settings"
 expect 0 call Settings Apply 'sa{si}' General 1 ScanArchives 0
