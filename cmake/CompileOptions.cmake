@@ -39,6 +39,16 @@ else()
         $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
 
+# For programs that confine themselves. The check of virtual tables looks whether memory is there in a
+# way that the sandbox forbids.
+function(talo_sandboxed TARGET)
+    if(TALO_SANITIZE)
+        get_target_property(sources ${TARGET} SOURCES)
+        set_source_files_properties(${sources} PROPERTIES COMPILE_OPTIONS -fno-sanitize=vptr)
+        target_sources(${TARGET} PRIVATE ${PROJECT_SOURCE_DIR}/cmake/sanitizers/sandboxed.cpp)
+    endif()
+endfunction()
+
 # The two roots of every include path: "engine/…", "pages/…" and "app/…" lie below src,
 # "scan/…", "store/…" and the other rooms of the engine below engine.
 set(TALO_PANEL_ROOT ${PROJECT_SOURCE_DIR}/src)

@@ -24,6 +24,9 @@ constexpr int kAllowed[] = {
     SCMP_SYS(getcwd), SCMP_SYS(umask),
     // memory; mapping and protecting see below
     SCMP_SYS(brk), SCMP_SYS(mremap), SCMP_SYS(munmap), SCMP_SYS(madvise),
+#ifdef __SANITIZE_ADDRESS__
+    SCMP_SYS(sigaltstack), // of the sanitizer's, whenever an exception is thrown
+#endif
     // the socket to the pool
     SCMP_SYS(recvmsg), SCMP_SYS(sendmsg),
     // the rest

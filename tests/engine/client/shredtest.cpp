@@ -78,7 +78,7 @@ TEST_F(LibShred, CountsWhileAnotherThreadLooks)
     bool between = false;
     bool backwards = false;
     std::thread watcher([&] {
-        for (long long before = 0; !done;) {
+        for (long long before = -1; !done;) {
             const long long now = __atomic_load_n(&progress, __ATOMIC_RELAXED);
             between = between || (now > 0 && now < 60 << 20);
             backwards = backwards || now < before;

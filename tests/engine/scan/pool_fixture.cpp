@@ -200,6 +200,8 @@ long processorTime(pid_t pid)
     std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
     std::string text;
     std::getline(file, text);
+    if (text.empty())
+        return 0; // it has gone
     std::istringstream fields(text.substr(text.rfind(')') + 2));
     std::string skipped;
     for (int field = 3; field < 14; ++field)
