@@ -3,7 +3,7 @@
 
 #include "engine/programs/agent/fakedesktop.h"
 #include "engine/programs/agent/fakeengine.h"
-#include "engine/programs/support/privatebus.h"
+#include "engine/service/privatebus.h"
 
 #include <QList>
 #include <QObject>
