@@ -1,5 +1,6 @@
 #include "client/bus.h"
 
+#include "client/buserrors.h"
 #include "interface/busaddress.h"
 #include "interface/busconnection.h"
 #include "interface/names.h"
@@ -36,11 +37,6 @@ bool servedOn(const QDBusConnection &bus)
     const QDBusMessage startable = askBus(bus, "ListActivatableNames", {});
     return startable.type() == QDBusMessage::ReplyMessage &&
            startable.arguments().value(0).toStringList().contains(service);
-}
-
-bool is(const QDBusMessage &error, QDBusError::ErrorType type)
-{
-    return error.errorName() == QDBusError::errorString(type);
 }
 
 QDBusMessage noAnswer()
@@ -102,8 +98,7 @@ QDBusMessage Bus::send(const QDBusMessage &question, std::chrono::milliseconds p
         return answer;
     if (answer.type() != QDBusMessage::ErrorMessage)
         return QDBusMessage::createError(QDBusError::Failed, bus.lastError().message());
-    if (is(answer, QDBusError::NoReply) || is(answer, QDBusError::Timeout) ||
-        is(answer, QDBusError::TimedOut)) {
+    if (isSilence(answer)) {
         const std::lock_guard<std::mutex> lock(mutex_);
         silentUntil_ = std::chrono::steady_clock::now() + kSilence;
     } else if (is(answer, QDBusError::ServiceUnknown) || is(answer, QDBusError::Disconnected)) {

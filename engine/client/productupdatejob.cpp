@@ -1,10 +1,10 @@
 #include "client/productupdatejob.h"
 
+#include "client/asynccall.h"
 #include "client/bus.h"
 
 #include <QDBusArgument>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 
 namespace talo::client
 {
@@ -68,21 +68,12 @@ void ProductUpdateJob::stop()
 
 void ProductUpdateJob::call(const char *method, milliseconds patience, Answered answered)
 {
-    if (!bus_.isConnected()) {
-        // A call on no connection would never be answered.
-        (this->*answered)(QDBusMessage::createError(QDBusError::Disconnected, QString()));
-        return;
-    }
     QDBusMessage message = Bus::message(interface::kProductUpdate, method);
     message.setInteractiveAuthorizationAllowed(true);
-    auto *watcher = new QDBusPendingCallWatcher(
-        bus_.asyncCall(message, static_cast<int>(patience.count())), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, watcher, answered] { // the only place that knows which answer is meant
-                watcher->deleteLater();
-                if (active_)
-                    (this->*answered)(watcher->reply());
-            });
+    callAsync(bus_, message, patience, this, [this, answered](const QDBusMessage &answer) {
+        if (active_)
+            (this->*answered)(answer);
+    });
 }
 
 void ProductUpdateJob::started(const QDBusMessage &answer)

@@ -1,11 +1,11 @@
 #include "client/scanjob.h"
 
+#include "client/asynccall.h"
 #include "client/bus.h"
+#include "client/buserrors.h"
 
 #include <QDBusArgument>
-#include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 
 namespace talo::client
 {
@@ -29,17 +29,6 @@ constexpr char kProgressSignature[] = "(ustttttxuuuussa(ssss))";
 bool isOver(uint state)
 {
     return state >= interface::Finished;
-}
-
-bool is(const QDBusMessage &error, QDBusError::ErrorType type)
-{
-    return error.errorName() == QDBusError::errorString(type);
-}
-
-bool isSilence(const QDBusMessage &error)
-{
-    return is(error, QDBusError::NoReply) || is(error, QDBusError::Timeout) ||
-           is(error, QDBusError::TimedOut);
 }
 
 QString kindWords(interface::ScanKind kind)
@@ -134,23 +123,14 @@ void ScanJob::order(const char *method)
 void ScanJob::call(const char *method, const QVariantList &arguments, milliseconds patience,
                    Answered answered)
 {
-    if (!bus_.isConnected()) {
-        // A call on no connection would never be answered.
-        (this->*answered)(QDBusMessage::createError(QDBusError::Disconnected, QString()));
-        return;
-    }
     QDBusMessage message = QDBusMessage::createMethodCall(
         owner_, QString::fromLatin1(interface::kObject), QString::fromLatin1(interface::kScan),
         QString::fromLatin1(method));
     message.setArguments(arguments);
-    auto *watcher = new QDBusPendingCallWatcher(
-        bus_.asyncCall(message, static_cast<int>(patience.count())), this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this,
-            [this, watcher, answered] { // the only place that knows which answer is meant
-                watcher->deleteLater();
-                if (active_)
-                    (this->*answered)(watcher->reply());
-            });
+    callAsync(bus_, message, patience, this, [this, answered](const QDBusMessage &answer) {
+        if (active_)
+            (this->*answered)(answer);
+    });
 }
 
 void ScanJob::started(const QDBusMessage &answer)

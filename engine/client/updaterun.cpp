@@ -1,9 +1,9 @@
 #include "client/updaterun.h"
 
 #include "client/bus.h"
+#include "client/buserrors.h"
 #include "interface/names.h"
 
-#include <QDBusError>
 #include <QDBusReply>
 
 #include <algorithm>
@@ -40,14 +40,6 @@ QDBusMessage request(const char *method, const QVariantList &arguments = {})
 bool isReply(const QDBusMessage &message)
 {
     return message.type() == QDBusMessage::ReplyMessage;
-}
-
-bool isSilence(const QDBusMessage &message)
-{
-    for (const auto type : {QDBusError::NoReply, QDBusError::Timeout, QDBusError::TimedOut})
-        if (message.errorName() == QDBusError::errorString(type))
-            return true;
-    return false;
 }
 
 void keep(QDBusMessage *error, const QDBusMessage &answer)

@@ -1,30 +1,22 @@
 #include "programs/statusquery.h"
 
+#include "client/asynccall.h"
 #include "client/bus.h"
 #include "interface/names.h"
 
-#include <QDBusPendingCallWatcher>
-#include <QDBusPendingReply>
+#include <QDBusReply>
 
 namespace talo::programs
 {
 
 void StatusQuery::ask()
 {
-    const QDBusConnection bus = client::Bus::instance().connection();
-    if (!bus.isConnected()) {
-        emit answered({});
-        return;
-    }
-    auto *watcher = new QDBusPendingCallWatcher(
-        bus.asyncCall(client::Bus::message(interface::kStatus, "GetStatus"),
-                      static_cast<int>(client::Bus::kPatience.count())),
-        this);
-    connect(watcher, &QDBusPendingCallWatcher::finished, this, [this, watcher] {
-        watcher->deleteLater();
-        const QDBusPendingReply<QVariantMap> reply = *watcher;
-        emit answered(reply.isError() ? QVariantMap() : reply.value());
-    });
+    client::callAsync(client::Bus::instance().connection(),
+                      client::Bus::message(interface::kStatus, "GetStatus"), client::Bus::kPatience,
+                      this, [this](const QDBusMessage &answer) {
+                          // Empty where the answer is an error, or of another form.
+                          emit answered(QDBusReply<QVariantMap>(answer).value());
+                      });
 }
 
 } // namespace talo::programs

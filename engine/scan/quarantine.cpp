@@ -1,5 +1,6 @@
 #include "scan/quarantine.h"
 
+#include "files/randomname.h"
 #include "files/removal.h"
 #include "files/safeopen.h"
 #include "scan/folderreader.h"
@@ -34,11 +35,7 @@ bool isId(std::string_view id)
 
 std::string newId()
 {
-    unsigned char bytes[kIdLength / 2];
-    randombytes_buf(bytes, sizeof bytes);
-    char text[kIdLength + 1];
-    sodium_bin2hex(text, sizeof text, bytes, sizeof bytes);
-    return text;
+    return files::randomName(kIdLength);
 }
 
 std::string fileNameOf(const std::string &id)

@@ -1,12 +1,11 @@
 #include "scan/restore.h"
 
+#include "files/randomname.h"
 #include "files/safeopen.h"
 
-#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <fcntl.h>
-#include <sodium.h>
 #include <sys/syscall.h>
 #include <thread>
 #include <unistd.h>
@@ -73,12 +72,7 @@ std::optional<Error> fill(int fd, int object, const ObjectRecord &record, Creati
 std::string hiddenName()
 {
     // Not to be guessed, so that no one else makes or takes the name.
-    std::array<unsigned char, 8> bytes{};
-    randombytes_buf(bytes.data(), bytes.size());
-    std::string name = ".talo-restore-";
-    for (const unsigned char byte : bytes)
-        name += "0123456789abcdef"[byte % 16];
-    return name;
+    return ".talo-restore-" + files::randomName(16);
 }
 
 // Gives the complete file its name.

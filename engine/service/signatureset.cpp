@@ -2,11 +2,11 @@
 
 #include "files/printable.h"
 #include "service/paths.h"
+#include "store/moments.h"
 #include "update/databasefile.h"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
+#include <ctime>
 #include <dirent.h>
 #include <filesystem>
 #include <set>
@@ -47,33 +47,12 @@ Content look(const std::string &folder)
     return content;
 }
 
-std::tm localTime(std::time_t when)
-{
-    std::tm local{};
-    localtime_r(&when, &local);
-    return local;
-}
-
-template <typename... Values> std::string format(const char *form, Values... values)
-{
-    std::array<char, 64> text{};
-    std::snprintf(text.data(), text.size(), form, values...);
-    return text.data();
-}
-
 std::string inNumbers(std::time_t when)
 {
-    const std::tm day = localTime(when);
-    return format("%04d.%02d.%02d", day.tm_year + 1900, day.tm_mon + 1, day.tm_mday);
-}
-
-std::string inWords(std::time_t when)
-{
-    constexpr std::array<const char *, 12> kMonths{"Jan", "Feb", "Mar", "Apr", "May", "Jun",
-                                                   "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
-    const std::tm day = localTime(when);
-    return format("%d %s %d", day.tm_mday, kMonths.at(static_cast<std::size_t>(day.tm_mon)),
-                  day.tm_year + 1900);
+    std::tm day{};
+    localtime_r(&when, &day);
+    char text[16] = {};
+    return std::strftime(text, sizeof text, "%Y.%m.%d", &day) != 0 ? text : "";
 }
 
 std::string versionOf(const std::string &folder, const Content &content)
@@ -136,7 +115,7 @@ std::string describe(const SignatureSet &set, unsigned count)
     if (count != 0)
         text += ", " + std::to_string(count) + (count == 1 ? " signature" : " signatures");
     if (set.time != 0)
-        text += ", " + inWords(set.time);
+        text += ", " + store::dateOf(set.time);
     return text;
 }
 

@@ -53,12 +53,17 @@ std::string keyOf(std::time_t when)
                   local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec);
 }
 
+std::string dateOf(std::time_t when)
+{
+    const std::tm local = localTime(when);
+    return format("%d %s %d", local.tm_mday, kMonths.at(static_cast<std::size_t>(local.tm_mon)),
+                  local.tm_year + 1900);
+}
+
 std::string minuteOf(std::time_t when)
 {
     const std::tm local = localTime(when);
-    return format("%d %s %d %02d:%02d", local.tm_mday,
-                  kMonths.at(static_cast<std::size_t>(local.tm_mon)), local.tm_year + 1900,
-                  local.tm_hour, local.tm_min);
+    return dateOf(when) + format(" %02d:%02d", local.tm_hour, local.tm_min);
 }
 
 std::string secondOf(std::time_t when)

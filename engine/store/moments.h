@@ -9,6 +9,7 @@ namespace talo::store
 {
 
 std::string keyOf(std::time_t when);         // "2026-11-21 14:05:09"
+std::string dateOf(std::time_t when);        // "21 Nov 2026"
 std::string minuteOf(std::time_t when);      // "21 Nov 2026 14:05"
 std::string secondOf(std::time_t when);      // "21 Nov 2026 14:05:09"
 std::string durationOf(std::time_t seconds); // "2 h 3 min 4 s"

@@ -8,7 +8,6 @@
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
-#include <sys/random.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <unistd.h>
@@ -151,20 +150,6 @@ void removeTree(const std::string &path)
 {
     std::error_code error;
     std::filesystem::remove_all(path, error);
-}
-
-std::string randomName()
-{
-    std::array<unsigned char, 8> bytes{};
-    if (getrandom(bytes.data(), bytes.size(), 0) != static_cast<ssize_t>(bytes.size()))
-        std::abort(); // never for so few bytes
-    std::string name;
-    for (const unsigned char byte : bytes) {
-        constexpr char kDigits[] = "0123456789abcdef";
-        name += kDigits[byte >> 4u];
-        name += kDigits[byte & 0xFu];
-    }
-    return name;
 }
 
 } // namespace talo::update

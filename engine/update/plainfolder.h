@@ -38,9 +38,6 @@ std::string flushFolder(const std::string &folder);
 // Never through a link. What cannot be removed stays.
 void removeTree(const std::string &path);
 
-// A name that nobody can foresee.
-std::string randomName();
-
 std::string because(const std::string &what, int error);
 
 } // namespace talo::update

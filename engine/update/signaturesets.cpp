@@ -1,5 +1,6 @@
 #include "update/signaturesets.h"
 
+#include "files/randomname.h"
 #include "update/databasefile.h"
 #include "update/plainfolder.h"
 #include "update/workfolder.h"
@@ -106,7 +107,7 @@ std::string SignatureSets::workNote() const
 std::string SignatureSets::begin(std::string &failure)
 {
     const std::lock_guard lock(mutex_);
-    begun_ = path(kSets) + "/" + randomName();
+    begun_ = path(kSets) + "/" + files::randomName(16);
     failure = makeFolder(begun_, kFolderMode);
     return begun_;
 }

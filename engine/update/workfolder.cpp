@@ -1,5 +1,6 @@
 #include "update/workfolder.h"
 
+#include "files/randomname.h"
 #include "update/plainfolder.h"
 
 #include <array>
@@ -53,7 +54,7 @@ WorkFolder::WorkFolder(const std::string &place, const std::string &note, Identi
     : note_(note)
 {
     sweep(note);
-    const std::string path = place + "/" + kPrefix + randomName();
+    const std::string path = place + "/" + kPrefix + files::randomName(16);
     if (symlink(path.c_str(), note.c_str()) != 0) {
         failure_ = because(note + " cannot be made", errno);
         return;

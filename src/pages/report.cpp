@@ -3,6 +3,7 @@
 #include "engine/libreports.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
+#include "pages/listtable.h"
 #include "pages/messages.h"
 #include "pages/viewreport.h"
 
@@ -10,7 +11,6 @@
 #include <QCalendarWidget>
 #include <QDate>
 #include <QDialog>
-#include <QHeaderView>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QTableWidget>
@@ -29,13 +29,6 @@ enum Column { KeyColumn, TypeColumn, ViewColumn, ColumnCount };
 QString dateText(const QDate &date)
 {
     return QString("%1:%2:%3").arg(date.year()).arg(date.month()).arg(date.day());
-}
-
-QTableWidgetItem *createCell(const QString &text)
-{
-    auto *item = new QTableWidgetItem(text);
-    item->setTextAlignment(Qt::AlignCenter);
-    return item;
 }
 
 } // namespace
@@ -168,14 +161,7 @@ void Report::createTable()
     table_->setColumnWidth(KeyColumn, 278);
     table_->setColumnWidth(TypeColumn, 150);
     table_->setColumnWidth(ViewColumn, 185);
-    table_->setAccessibleName(tr("Reports"));
-    table_->setTabKeyNavigation(false); // Tab leads on to the button
-    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setSelectionMode(QAbstractItemView::SingleSelection);
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->verticalHeader()->hide();
-    table_->setHorizontalHeaderLabels({tr("Date/Time"), tr("Type"), tr("View")});
-    table_->horizontalHeader()->setStretchLastSection(true);
+    talo::makeListTable(table_, {tr("Date/Time"), tr("Type"), tr("View")}, tr("Reports"));
     connect(table_, SIGNAL(cellClicked(int, int)), this, SLOT(viewReportDetails(int, int)));
     table_->installEventFilter(this);
 }
@@ -229,16 +215,9 @@ void Report::toDate(QDate date)
     to_.label->setText(dateText(date));
 }
 
-void Report::clearTable()
-{
-    while (table_->rowCount() >= 1) {
-        table_->removeRow(0);
-    }
-}
-
 void Report::fillAllReportTabelData()
 {
-    clearTable();
+    table_->setRowCount(0);
     int count = 0;
     std::string list;
     if (libReports::GetReportList(list, "", "", &count) == 0) {
@@ -253,7 +232,7 @@ void Report::fillAllReportTabelData()
 
 void Report::btnApplyRptFilterClicked()
 {
-    clearTable();
+    table_->setRowCount(0);
     int count = 0;
     std::string list;
     switch (libReports::GetReportList(list, from_.label->text().toStdString(),
@@ -273,20 +252,16 @@ void Report::btnApplyRptFilterClicked()
     }
 }
 
-// The list has entries joined by ",", each a key, "#" and a type. The table has the number of rows
-// that the engine named: an entry of another form takes none of them, one too many has no place.
+// A record is a key and a type. The table has the number of rows that the engine named: a record
+// too many has no place.
 void Report::fillReportTabelData(QString list)
 {
-    int row = 0;
-    for (const QString &entry : list.split(',', Qt::KeepEmptyParts)) {
-        const QStringList fields = entry.split('#', Qt::KeepEmptyParts);
-        if (fields.size() != 2 || row >= table_->rowCount()) {
-            continue;
-        }
-        table_->setItem(row, KeyColumn, createCell(fields[0]));
-        table_->setItem(row, TypeColumn, createCell(fields[1]));
-        table_->setItem(row, ViewColumn, createCell(tr("View")));
-        ++row;
+    const QList<QStringList> records = talo::recordsOf(list, 2);
+    const int rows = qMin(records.size(), table_->rowCount());
+    for (int row = 0; row < rows; ++row) {
+        talo::setCentredCell(table_, row, KeyColumn, records[row][0]);
+        talo::setCentredCell(table_, row, TypeColumn, records[row][1]);
+        talo::setCentredCell(table_, row, ViewColumn, tr("View"));
     }
 }
 

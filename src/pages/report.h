@@ -56,7 +56,6 @@ private:
     void createCalendars();
     void createCalendar(DateBound &bound, const char *pickedSlot);
     void createTable();
-    void clearTable();
     void fillReportTabelData(QString list);
     void pickDate(DateBound &bound);
     std::string reportKey(int row) const;

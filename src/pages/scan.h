@@ -45,7 +45,6 @@ private:
     void createLastFullScanInfo();
     QWidget *createSlide(const Kind &kind);
     QToolButton *createBandButton(const Kind &kind);
-    void connectStart(QToolButton *button, const Kind &kind);
     void showSlide(int index);
     void orderForTab(int index);
     void startUnlessRunning(const char *program, const QString &title, const char *type);

@@ -3,12 +3,12 @@
 #include "engine/libschedulescan.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
+#include "pages/listtable.h"
 #include "pages/messages.h"
 #include "pages/schedulebands.h"
 #include "pages/textbutton.h"
 
 #include <QBoxLayout>
-#include <QHeaderView>
 #include <QTableWidget>
 #include <QToolButton>
 
@@ -21,13 +21,6 @@ enum Column { NameColumn, TypeColumn, FrequencyColumn, ColumnCount };
 
 // The fields of one record of the engine's list: not in the order of the table's columns.
 enum Field { NameField, FrequencyField, TypeField, FieldCount };
-
-QTableWidgetItem *createCell(const QString &text)
-{
-    auto *cell = new QTableWidgetItem(text);
-    cell->setTextAlignment(Qt::AlignCenter);
-    return cell;
-}
 
 } // namespace
 
@@ -74,14 +67,7 @@ void ScheduleScan::createTable()
     table_->setColumnWidth(NameColumn, 228);
     table_->setColumnWidth(TypeColumn, 200);
     table_->setColumnWidth(FrequencyColumn, 200);
-    table_->setAccessibleName(tr("Scheduled scans"));
-    table_->setTabKeyNavigation(false); // Tab leads on to the buttons
-    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setSelectionMode(QAbstractItemView::SingleSelection);
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->verticalHeader()->hide();
-    table_->setHorizontalHeaderLabels({tr("Name"), tr("Type"), tr("Frequency")});
-    table_->horizontalHeader()->setStretchLastSection(true);
+    talo::makeListTable(table_, {tr("Name"), tr("Type"), tr("Frequency")}, tr("Scheduled scans"));
     // The last column keeps its width beside a vertical scroll bar; a second bar would only let the
     // user reach its margin.
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
@@ -108,9 +94,7 @@ void ScheduleScan::createBottom()
 
 void ScheduleScan::fillAllSchTabelData()
 {
-    while (table_->rowCount() > 0) {
-        table_->removeRow(0);
-    }
+    table_->setRowCount(0);
     int count = 0;
     std::string list;
     if (libScheduleScan::GetScheduleList(list, &count) == 0) {
@@ -126,21 +110,16 @@ void ScheduleScan::fillAllSchTabelData()
     btnEdit_->setEnabled(count > 0);
 }
 
-// The list has records joined by ",", each with three fields joined by "#". The table has the
-// number of rows that the engine named: a record of another form takes none of them, one too many
-// has no place.
+// The table has the number of rows that the engine named: a record too many has no place.
 void ScheduleScan::fillRows(const QString &list)
 {
-    int row = 0;
-    for (const QString &record : list.split(',', Qt::KeepEmptyParts)) {
-        const QStringList fields = record.split('#', Qt::KeepEmptyParts);
-        if (fields.size() != FieldCount || row >= table_->rowCount()) {
-            continue;
-        }
-        table_->setItem(row, NameColumn, createCell(fields[NameField]));
-        table_->setItem(row, TypeColumn, createCell(fields[TypeField]));
-        table_->setItem(row, FrequencyColumn, createCell(fields[FrequencyField]));
-        ++row;
+    const QList<QStringList> records = talo::recordsOf(list, FieldCount);
+    const int rows = qMin(records.size(), table_->rowCount());
+    for (int row = 0; row < rows; ++row) {
+        const QStringList &fields = records[row];
+        talo::setCentredCell(table_, row, NameColumn, fields[NameField]);
+        talo::setCentredCell(table_, row, TypeColumn, fields[TypeField]);
+        talo::setCentredCell(table_, row, FrequencyColumn, fields[FrequencyField]);
     }
 }
 

@@ -6,11 +6,11 @@
 #include "pages/boxes.h"
 #include "pages/excludescan.h"
 #include "pages/exclusionkinds.h"
+#include "pages/listtable.h"
 #include "pages/messages.h"
 #include "pages/settingswidgets.h"
 
 #include <QBoxLayout>
-#include <QHeaderView>
 #include <QStackedWidget>
 #include <QTableWidget>
 #include <QToolButton>
@@ -20,21 +20,14 @@ namespace
 
 enum Column { EntryColumn, TypeColumn };
 
-QTableWidgetItem *createCell(const QString &text)
-{
-    auto *cell = new QTableWidgetItem(text);
-    cell->setTextAlignment(Qt::AlignCenter);
-    return cell;
-}
-
 // Fills rows from `firstRow` on with the first `count` of the engine's comma-separated entries.
 void fillRows(QTableWidget *table, int firstRow, const std::string &entries, int count,
               const QString &type)
 {
     const QStringList texts = QString::fromStdString(entries).split(',');
     for (int i = 0; i < count; ++i) {
-        table->setItem(firstRow + i, EntryColumn, createCell(texts.value(i)));
-        table->setItem(firstRow + i, TypeColumn, createCell(type));
+        talo::setCentredCell(table, firstRow + i, EntryColumn, texts.value(i));
+        talo::setCentredCell(table, firstRow + i, TypeColumn, type);
     }
 }
 
@@ -51,17 +44,10 @@ QWidget *Settings::createScanExcludeListConfigurationPage()
     excludeListTbl_->setObjectName("excludeListTbl");
     excludeListTbl_->setFixedSize(610, 180);
     excludeListTbl_->setColumnWidth(EntryColumn, 350);
-    excludeListTbl_->setHorizontalHeaderLabels({tr("Path/Extension"), tr("Type")});
-    excludeListTbl_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    excludeListTbl_->setSelectionMode(QAbstractItemView::SingleSelection);
-    excludeListTbl_->setAccessibleName(tr("Exclusions"));
-    excludeListTbl_->setTabKeyNavigation(false); // Tab leads on to the buttons
-    excludeListTbl_->setEditTriggers(QAbstractItemView::NoEditTriggers);
+    talo::makeListTable(excludeListTbl_, {tr("Path/Extension"), tr("Type")}, tr("Exclusions"));
     // Long paths differ at their ends; broken into lines, their ends would be out of sight.
     excludeListTbl_->setWordWrap(false);
     excludeListTbl_->setTextElideMode(Qt::ElideMiddle);
-    excludeListTbl_->verticalHeader()->hide();
-    excludeListTbl_->horizontalHeader()->setStretchLastSection(true);
 
     btnRemoveExcludeScan_ = createSlotButton(page, "btnDefaultGeneral", tr("REMOVE"),
                                              SLOT(btnRemoveExcludeScanClicked()));

@@ -3,13 +3,13 @@
 #include "engine/libshred.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
+#include "pages/listtable.h"
 #include "pages/messages.h"
 #include "pages/textbutton.h"
 
 #include <QBoxLayout>
 #include <QDialog>
 #include <QFileSystemModel>
-#include <QHeaderView>
 #include <QScrollBar>
 #include <QTableWidget>
 #include <QToolButton>
@@ -54,13 +54,6 @@ protected:
                        qMin(kStatusWidth, viewport()->width() - columnWidth(FileColumn)));
     }
 };
-
-QTableWidgetItem *createCell(const QString &text)
-{
-    auto *cell = new QTableWidgetItem(text);
-    cell->setTextAlignment(Qt::AlignCenter);
-    return cell;
-}
 
 } // namespace
 
@@ -128,14 +121,7 @@ QWidget *Shredder::createTable()
     table_->setWordWrap(false);
     table_->setColumnWidth(FileColumn, 550);
     table_->setColumnWidth(StatusColumn, kStatusWidth);
-    table_->setTabKeyNavigation(false); // Tab leads on to the buttons
-    table_->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table_->setSelectionMode(QAbstractItemView::SingleSelection);
-    table_->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table_->verticalHeader()->hide();
-    table_->setHorizontalHeaderLabels({tr("File"), tr("Status")});
-    table_->horizontalHeader()->setStretchLastSection(true);
-    table_->setAccessibleName(tr("Files to shred"));
+    talo::makeListTable(table_, {tr("File"), tr("Status")}, tr("Files to shred"));
 
     auto *row = talo::createRow(container);
     row->addStretch(1);
@@ -212,8 +198,8 @@ void Shredder::appendRow(const QString &path, const QString &status)
         table_->insertRow(rows_);
     else
         table_->setRowCount(1);
-    table_->setItem(rows_, FileColumn, createCell(path));
-    table_->setItem(rows_, StatusColumn, createCell(status));
+    talo::setCentredCell(table_, rows_, FileColumn, path);
+    talo::setCentredCell(table_, rows_, StatusColumn, status);
     ++rows_;
 }
 

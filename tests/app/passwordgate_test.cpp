@@ -15,10 +15,7 @@
 
 #include <memory>
 
-using talo::test::button;
-using talo::test::click;
-using talo::test::Dialogs;
-using talo::test::ScriptedEngine;
+using namespace talo::test;
 
 Q_DECLARE_METATYPE(QMessageBox::Icon)
 
@@ -126,9 +123,7 @@ void PasswordGateTest::promptIsBuiltAsDesigned()
         QCOMPARE(prompt->parentWidget(), nullptr);
         QCOMPARE(prompt->minimumSize(), QSize(350, 150));
         QCOMPARE(prompt->maximumSize(), QSize(350, 150));
-        QDialog reference; // Qt adds to the flags what every window has
-        reference.setWindowFlags(Qt::WindowFlags(0x08001000));
-        QCOMPARE(prompt->windowFlags(), reference.windowFlags());
+        QVERIFY(hasFlags(prompt, Qt::WindowTitleHint | Qt::WindowCloseButtonHint));
         QCOMPARE(prompt->contentsMargins(), QMargins());
         QCOMPARE(prompt->findChild<QLabel *>("lblValidatePwd")->text(),
                  QString("Please enter the password to\nto access settings."));
@@ -149,7 +144,7 @@ void PasswordGateTest::promptIsBuiltAsDesigned()
         QCOMPARE(prompt->layout()->spacing(), 0);
         const QString row = "row [stretch, widget btnApplyPwdForValidate, stretch, "
                             "widget btnApplyPwdForValidate, stretch]";
-        QCOMPARE(talo::test::layoutOf(prompt),
+        QCOMPARE(layoutOf(prompt),
                  QStringList({"spacing 5", "widget lblValidatePwd", "spacing 5", "widget QLineEdit",
                               "spacing 5", "widget btnForgotPwd", "spacing 5", row, "spacing 10"}));
         for (int i : {1, 3, 5}) {
@@ -227,14 +222,8 @@ void PasswordGateTest::wrongPasswordKeepsPrompt()
     });
     dialogs.expectBox();
     QVERIFY(click(find("btnSettings")));
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().size(), 1);
-    const talo::test::SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, QString("Password does not match."));
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, window_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Password does not match.", window_.get()),
+             QString());
     QCOMPARE(stack()->currentIndex(), 1);
 }
 
@@ -307,7 +296,7 @@ void PasswordGateTest::declinedResetDoesNothing()
     QVERIFY(click(find("btnSettings")));
     QCOMPARE(dialogs.fault(), QString());
     QCOMPARE(dialogs.boxes().size(), 1);
-    const talo::test::SeenBox &box = dialogs.boxes().first();
+    const SeenBox &box = dialogs.boxes().first();
     QCOMPARE(box.icon, QMessageBox::Question);
     QCOMPARE(box.title, QString("TALO Antivirus"));
     QCOMPARE(box.text, QString(kQuestion));
@@ -353,7 +342,7 @@ void PasswordGateTest::resetReportsResult()
     QCOMPARE(requests[0].arguments, std::vector<std::string>{"70"});
     QCOMPARE(stack()->currentIndex(), 0);
     if (icon != QMessageBox::NoIcon) {
-        const talo::test::SeenBox &box = dialogs.boxes().last();
+        const SeenBox &box = dialogs.boxes().last();
         QCOMPARE(box.icon, icon);
         QCOMPARE(box.title, QString("TALO Antivirus"));
         QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));

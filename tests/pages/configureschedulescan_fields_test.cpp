@@ -1,6 +1,6 @@
 // The editor of a scheduled scan: how it is built, and how a schedule is loaded into its fields.
 #include "pages/configureschedulescan.h"
-#include "pages/settingssupport.h"
+#include "pages/pagesupport.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
 

@@ -1,6 +1,6 @@
 // The editor of a scheduled scan: SAVE.
 #include "pages/configureschedulescan.h"
-#include "pages/settingssupport.h"
+#include "pages/pagesupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -54,8 +54,6 @@ private:
     void choose(const char *accessibleName, const QString &entry) const;
     QString fields() const;
     bool save() const { return click(button(page_.get(), "SAVE")); }
-    void checkBox(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &title,
-                  const QString &text) const;
 
     std::unique_ptr<ConfigureScheduleScan> page_;
 };
@@ -94,19 +92,6 @@ QString ConfigureScheduleScanSaveTest::fields() const
     return (shown << start()->text()).join('|');
 }
 
-void ConfigureScheduleScanSaveTest::checkBox(const Dialogs &dialogs, QMessageBox::Icon icon,
-                                             const QString &title, const QString &text) const
-{
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().size(), 1);
-    const SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, icon);
-    QCOMPARE(box.title, title);
-    QCOMPARE(box.text, text);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
-}
-
 void ConfigureScheduleScanSaveTest::blankNameIsRefused_data()
 {
     QTest::addColumn<QString>("typed");
@@ -123,8 +108,10 @@ void ConfigureScheduleScanSaveTest::blankNameIsRefused()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(save());
-    checkBox(dialogs, QMessageBox::Warning, "ScheduleScan",
-             "To configure schedule scan, name is mandatory !");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning,
+                      "To configure schedule scan, name is mandatory !", page_.get(),
+                      "ScheduleScan"),
+             QString());
     QCOMPARE(engineCalls(), QStringList());
     QCOMPARE(back.count(), 0);
 }
@@ -184,8 +171,9 @@ void ConfigureScheduleScanSaveTest::nameGoesAsTyped()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(save());
-    checkBox(dialogs, QMessageBox::Information, "TALO Antivirus",
-             "ScheduleScan configuration [ " + typed + " ] added.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information,
+                      "ScheduleScan configuration [ " + typed + " ] added.", page_.get()),
+             QString());
     QCOMPARE(ScriptedEngine::instance().calls(kAdd)[0].arguments[0], typed.toStdString());
 }
 
@@ -196,8 +184,9 @@ void ConfigureScheduleScanSaveTest::addedIsTold()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(save());
-    checkBox(dialogs, QMessageBox::Information, "TALO Antivirus",
-             "ScheduleScan configuration [ night ] added.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information,
+                      "ScheduleScan configuration [ night ] added.", page_.get()),
+             QString());
     QCOMPARE(back.count(), 1);
 }
 
@@ -209,8 +198,9 @@ void ConfigureScheduleScanSaveTest::editedIsTold()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(save());
-    checkBox(dialogs, QMessageBox::Information, "TALO Antivirus",
-             "ScheduleScan configuration [ evening ] edited.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information,
+                      "ScheduleScan configuration [ evening ] edited.", page_.get()),
+             QString());
     QCOMPARE(back.count(), 1);
 }
 
@@ -269,7 +259,7 @@ void ConfigureScheduleScanSaveTest::refusalsAreTold()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(save());
-    checkBox(dialogs, QMessageBox::Warning, "ScheduleScan", told);
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, told, page_.get(), "ScheduleScan"), QString());
     QCOMPARE(back.count(), 0);
     QCOMPARE(fields(), before);
 }

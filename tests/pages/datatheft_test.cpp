@@ -1,6 +1,6 @@
 // The page of the protection against copying to USB storage.
 #include "pages/datatheft.h"
-#include "pages/settingssupport.h"
+#include "pages/pagesupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -219,13 +219,11 @@ void DatatheftTest::applyNeedsAStoredPassword()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("APPLY"));
-    QCOMPARE(dialogs.fault(), QString());
-    const SeenBox box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, QString("To use this feature, Please create password first from "
-                               "settings.\n\nGo to settings -> Manage password"));
-    QCOMPARE(box.parent, page_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning,
+                      "To use this feature, Please create password first from "
+                      "settings.\n\nGo to settings -> Manage password",
+                      page_.get()),
+             QString());
     QCOMPARE(applied(), QStringList());
     QCOMPARE(textOf("lblRRInfo"), QString("OFF"));
 }
@@ -304,11 +302,8 @@ void DatatheftTest::wrongPasswordKeepsThePrompt()
         dialog->close();
     });
     QVERIFY(press("APPLY"));
-    QCOMPARE(dialogs.fault(), QString());
-    const SeenBox box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, QString("Password does not match."));
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Password does not match.", page_.get()),
+             QString());
     QCOMPARE(applied(), QStringList());
     QCOMPARE(textOf("lblRRInfo"), QString("OFF"));
 }

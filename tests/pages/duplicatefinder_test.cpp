@@ -1,7 +1,7 @@
 // The page of the search for files with equal content.
 #include "pages/duplicatefinder.h"
 #include "pages/duplicatefinderthread.h"
-#include "pages/settingssupport.h"
+#include "pages/pagesupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -439,6 +439,7 @@ void DuplicateFinderTest::deletionIsTold_data()
 void DuplicateFinderTest::deletionIsTold()
 {
     QFETCH(int, code);
+    QFETCH(QString, text);
     search({810, {}, {3, 1}, kFound});
     tree()->topLevelItem(1)->child(0)->setCheckState(0, Qt::Unchecked);
     const Groups left{{"0002  schön, \"b\".txt  2 copies of 1 KB", {"/d/schön, \"b\".txt", "/e"}}};
@@ -446,11 +447,7 @@ void DuplicateFinderTest::deletionIsTold()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(click(tool("DELETE")));
-    QCOMPARE(dialogs.fault(), QString());
-    const SeenBox box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Information);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QTEST(box.text, "text");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information, text, page_.get()), QString());
     // What is left is ticked again.
     QCOMPARE(rows(tree()), kRows.mid(4));
     QVERIFY(tool("DELETE")->isEnabled());
@@ -468,8 +465,9 @@ void DuplicateFinderTest::nothingTickedLeavesTheTree()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(click(tool("DELETE")));
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().first().text, QString("No file selected for delete."));
+    QCOMPARE(
+        boxFault(dialogs, QMessageBox::Information, "No file selected for delete.", page_.get()),
+        QString());
     QCOMPARE(engine.calls(kDelete).size(), std::size_t{1});
     QVERIFY(engine.calls(kDelete).front().arguments.empty());
     QCOMPARE(rows(tree()), before);

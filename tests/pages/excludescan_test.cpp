@@ -1,6 +1,6 @@
 // The dialog that adds an exclusion from scanning.
 #include "pages/excludescan.h"
-#include "pages/settingssupport.h"
+#include "pages/pagesupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -185,12 +185,8 @@ void ExcludeScanTest::blankExtensionIsRefused()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("OK"));
-    QCOMPARE(dialogs.fault(), QString());
-    const SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, QString("Please enter extension"));
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Please enter extension", dialog_.get()),
+             QString());
     QVERIFY(dialog_->isVisible());
     QCOMPARE(engineCalls(), QStringList());
 }
@@ -222,10 +218,9 @@ void ExcludeScanTest::malformedExtensionIsToldAndCloses()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("OK"));
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().first().icon, QMessageBox::Warning);
-    QCOMPARE(dialogs.boxes().first().text,
-             QString("Please enter extension without [.] dot or space"));
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning,
+                      "Please enter extension without [.] dot or space", dialog_.get()),
+             QString());
     QCOMPARE(engineCalls(), QStringList("libExcludeSetting::AddExcludeSettings .iso 402"));
     QVERIFY(!dialog_->isVisible());
     QCOMPARE(dialog_->result(), int(QDialog::Accepted));
@@ -247,10 +242,8 @@ void ExcludeScanTest::locationNeedsAChoice()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("OK"));
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().first().icon, QMessageBox::Warning);
-    QCOMPARE(dialogs.boxes().first().title, QString("TALO Antivirus"));
-    QCOMPARE(dialogs.boxes().first().text, QString("Select exclusion path."));
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Select exclusion path.", dialog_.get()),
+             QString());
     QVERIFY(dialog_->isVisible());
     QCOMPARE(engineCalls(), QStringList());
 }

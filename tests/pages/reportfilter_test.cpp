@@ -276,12 +276,7 @@ void ReportFilterTest::tellsResult()
     QCOMPARE(dialogs.fault(), QString());
     QCOMPARE(table()->rowCount(), 0);
     if (!text.isEmpty()) {
-        const talo::test::SeenBox &box = dialogs.boxes().first();
-        QCOMPARE(box.icon, QMessageBox::Warning);
-        QCOMPARE(box.title, QString("TALO Antivirus"));
-        QCOMPARE(box.text, text);
-        QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-        QCOMPARE(box.parent, page_.get());
+        QCOMPARE(boxFault(dialogs, QMessageBox::Warning, text, page_.get()), QString());
     }
 }
 

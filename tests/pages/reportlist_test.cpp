@@ -2,10 +2,10 @@
 #include "pages/report.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
+#include "support/tables.h"
 #include "support/widgets.h"
 
 #include <QDialog>
-#include <QHeaderView>
 #include <QLabel>
 #include <QLayout>
 #include <QSignalSpy>
@@ -16,11 +16,7 @@
 
 #include <memory>
 
-using talo::test::button;
-using talo::test::click;
-using talo::test::Dialogs;
-using talo::test::layoutOf;
-using talo::test::ScriptedEngine;
+using namespace talo::test;
 
 namespace
 {
@@ -61,9 +57,6 @@ private:
     void listReports(const std::string &list, int count);
     QTableWidget *table() const { return page_->findChild<QTableWidget *>(); }
     QAbstractButton *deleteButton() const { return button(page_.get(), "DELETE"); }
-    void clickCell(int row, int column) const;
-    QString content() const;
-    void checkBox(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text) const;
 
     std::unique_ptr<Report> page_;
 };
@@ -82,43 +75,11 @@ void ReportListTest::listReports(const std::string &list, int count)
     ScriptedEngine::instance().clearCalls();
 }
 
-void ReportListTest::clickCell(int row, int column) const
-{
-    const QRect place = table()->visualRect(table()->model()->index(row, column));
-    QTest::mouseClick(table()->viewport(), Qt::LeftButton, Qt::NoModifier, place.center());
-}
-
-// "key|type|View;…", with nothing between the bars of a blank row.
-QString ReportListTest::content() const
-{
-    QStringList rows;
-    for (int row = 0; row < table()->rowCount(); ++row) {
-        QStringList cells;
-        for (int column = 0; column < table()->columnCount(); ++column) {
-            cells << table()->model()->index(row, column).data().toString();
-        }
-        rows << cells.join('|');
-    }
-    return rows.join(';');
-}
-
-void ReportListTest::checkBox(const Dialogs &dialogs, QMessageBox::Icon icon,
-                              const QString &text) const
-{
-    QCOMPARE(dialogs.fault(), QString());
-    const talo::test::SeenBox &box = dialogs.boxes().last();
-    QCOMPARE(box.icon, icon);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, text);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
-}
-
 void ReportListTest::declaresSignalsAndSlotsInOrder()
 {
-    QCOMPARE(talo::test::signalsOf(Report::staticMetaObject),
+    QCOMPARE(signalsOf(Report::staticMetaObject),
              QStringList({"ShowHomePage()", "tblCellBtnClick(int)"}));
-    QCOMPARE(talo::test::slotsOf(Report::staticMetaObject),
+    QCOMPARE(slotsOf(Report::staticMetaObject),
              QStringList({"btnFromDateClicked()", "btnToDateClicked()", "fromDate(QDate)",
                           "toDate(QDate)", "btnApplyRptFilterClicked()",
                           "viewReportDetails(int,int)", "btnDeleteRptClicked()"}));
@@ -157,18 +118,10 @@ void ReportListTest::tableIsBuiltAsDesigned()
 {
     QCOMPARE(table()->minimumSize(), QSize(630, 240));
     QCOMPARE(table()->maximumSize(), QSize(630, 240));
-    QStringList headers;
-    for (int column = 0; column < table()->columnCount(); ++column) {
-        headers << table()->horizontalHeaderItem(column)->text();
-    }
-    QCOMPARE(headers, QStringList({"Date/Time", "Type", "View"}));
+    QCOMPARE(captionsOf(table()), QStringList({"Date/Time", "Type", "View"}));
     QCOMPARE(table()->columnWidth(0), 278);
     QCOMPARE(table()->columnWidth(1), 150);
-    QVERIFY(table()->horizontalHeader()->stretchLastSection());
-    QVERIFY(table()->verticalHeader()->isHidden());
-    QCOMPARE(table()->editTriggers(), QAbstractItemView::NoEditTriggers);
-    QCOMPARE(table()->selectionMode(), QAbstractItemView::SingleSelection);
-    QCOMPARE(table()->selectionBehavior(), QAbstractItemView::SelectRows);
+    QCOMPARE(listTableFault(table()), QString());
     for (int column = 0; column < 3; ++column) {
         QCOMPARE(table()->item(0, column)->textAlignment(), int(Qt::AlignCenter));
     }
@@ -197,11 +150,11 @@ void ReportListTest::fillsTable()
     QFETCH(QString, list);
     QFETCH(int, count);
     listReports(list.toStdString(), count);
-    QTEST(content(), "shown");
+    QTEST(contentOf(table()), "shown");
     QCOMPARE(table()->rowCount(), count);
     QCOMPARE(deleteButton()->isEnabled(), count > 0);
     page_->fillAllReportTabelData(); // rows of the last time do not pile up
-    QTEST(content(), "shown");
+    QTEST(contentOf(table()), "shown");
 }
 
 void ReportListTest::failureLeavesTableEmpty_data()
@@ -265,7 +218,7 @@ void ReportListTest::onlyViewColumnOpensViewer()
             QVERIFY(click(button(viewer, "CLOSE")));
         });
     }
-    clickCell(1, column);
+    clickCell(table(), 1, column);
     QCOMPARE(dialogs.fault(), QString());
     QCOMPARE(table()->currentRow(), 1);
     QCOMPARE(table()->selectionModel()->selectedRows().size(), 1);
@@ -290,8 +243,9 @@ void ReportListTest::corruptReportIsSaid()
     ScriptedEngine::instance().answer(kGetData, {code});
     Dialogs dialogs;
     dialogs.expectBox();
-    clickCell(0, 2);
-    checkBox(dialogs, QMessageBox::Warning, "Report file is corrupted.");
+    clickCell(table(), 0, 2);
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Report file is corrupted.", page_.get()),
+             QString());
 }
 
 void ReportListTest::viewOfBlankRowIsHarmless()
@@ -299,8 +253,9 @@ void ReportListTest::viewOfBlankRowIsHarmless()
     listReports("a#x,malformed", 2);
     Dialogs dialogs;
     dialogs.expectBox();
-    clickCell(1, 2);
-    checkBox(dialogs, QMessageBox::Warning, "Report file is corrupted.");
+    clickCell(table(), 1, 2);
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Report file is corrupted.", page_.get()),
+             QString());
     QCOMPARE(ScriptedEngine::instance().calls(kGetData)[0].arguments, std::vector<std::string>{""});
 }
 
@@ -309,7 +264,8 @@ void ReportListTest::deleteNeedsSelection()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(click(deleteButton()));
-    checkBox(dialogs, QMessageBox::Warning, "Select a report to delete.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Select a report to delete.", page_.get()),
+             QString());
     QCOMPARE(ScriptedEngine::instance().calls().size(), size_t(0));
 }
 
@@ -317,17 +273,19 @@ void ReportListTest::deleteNeedsSelection()
 void ReportListTest::deletesCurrentReport()
 {
     ScriptedEngine::instance().answer(kGetList, {0, {"2026-11-21 14:05:09#Full Scan"}, {1}});
-    clickCell(1, 0);
+    clickCell(table(), 1, 0);
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(click(deleteButton()));
-    checkBox(dialogs, QMessageBox::Information, "Report deleted successfully.");
+    QCOMPARE(
+        boxFault(dialogs, QMessageBox::Information, "Report deleted successfully.", page_.get()),
+        QString());
     const auto calls = ScriptedEngine::instance().calls();
     QCOMPARE(calls.size(), size_t(2));
     QCOMPARE(calls[0].function, std::string(kDelete));
     QCOMPARE(calls[0].arguments, std::vector<std::string>{"2026-11-20 08:00:00"});
     QCOMPARE(calls[1].function, std::string(kGetList));
-    QCOMPARE(content(), QString("2026-11-21 14:05:09|Full Scan|View"));
+    QCOMPARE(contentOf(table()), QString("2026-11-21 14:05:09|Full Scan|View"));
 }
 
 void ReportListTest::refusedDeletionIsSilent_data()
@@ -339,7 +297,7 @@ void ReportListTest::refusedDeletionIsSilent()
 {
     QFETCH(int, code);
     ScriptedEngine::instance().answer(kDelete, {code});
-    clickCell(0, 1);
+    clickCell(table(), 0, 1);
     const Dialogs dialogs;
     QVERIFY(click(deleteButton()));
     QCOMPARE(dialogs.fault(), QString());

@@ -18,12 +18,7 @@
 
 #include <memory>
 
-using talo::test::button;
-using talo::test::click;
-using talo::test::clickPath;
-using talo::test::Dialogs;
-using talo::test::layoutOf;
-using talo::test::ScriptedEngine;
+using namespace talo::test;
 
 namespace
 {
@@ -61,7 +56,6 @@ private slots:
 private:
     void open(const QString &text, const QString &date, const QString &time);
     bool clickSave() const { return click(button(viewer_.get(), "SAVE")); }
-    void checkBox(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text) const;
 
     QTemporaryDir folder_;
     std::unique_ptr<ViewReport> viewer_;
@@ -87,22 +81,10 @@ void ReportViewerTest::open(const QString &text, const QString &date, const QStr
     viewer_->show();
 }
 
-void ReportViewerTest::checkBox(const Dialogs &dialogs, QMessageBox::Icon icon,
-                                const QString &text) const
-{
-    QCOMPARE(dialogs.fault(), QString());
-    const talo::test::SeenBox &box = dialogs.boxes().last();
-    QCOMPARE(box.icon, icon);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, text);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, viewer_.get());
-}
-
 void ReportViewerTest::declaresSlotsInOrder()
 {
-    QCOMPARE(talo::test::signalsOf(ViewReport::staticMetaObject), QStringList());
-    QCOMPARE(talo::test::slotsOf(ViewReport::staticMetaObject),
+    QCOMPARE(signalsOf(ViewReport::staticMetaObject), QStringList());
+    QCOMPARE(slotsOf(ViewReport::staticMetaObject),
              QStringList({"btnSaveRptClicked()", "btnCloseRptClicked()", "saveRpt()",
                           "selectedItem(QModelIndex)"}));
 }
@@ -112,10 +94,8 @@ void ReportViewerTest::isLaidOutAsDesigned()
     QCOMPARE(viewer_->objectName(), QString("viewreport"));
     QCOMPARE(viewer_->minimumSize(), QSize(400, 400));
     QCOMPARE(viewer_->maximumSize(), QSize(400, 400));
-    QDialog reference;
-    reference.setWindowFlags(Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint |
-                             Qt::WindowCloseButtonHint);
-    QCOMPARE(viewer_->windowFlags(), reference.windowFlags());
+    QVERIFY(hasFlags(viewer_.get(), Qt::WindowTitleHint | Qt::WindowMinimizeButtonHint |
+                                        Qt::WindowCloseButtonHint));
     QCOMPARE(viewer_->geometry(),
              QStyle::alignedRect(Qt::LeftToRight, Qt::AlignCenter, QSize(400, 400),
                                  QGuiApplication::primaryScreen()->availableGeometry()));
@@ -196,9 +176,7 @@ void ReportViewerTest::chooserIsBuiltAsDesigned()
         QCOMPARE(chooser->windowTitle(), QString("Select path to save report"));
         QCOMPARE(chooser->minimumSize(), QSize(500, 400));
         QCOMPARE(chooser->maximumSize(), QSize(500, 400));
-        QDialog reference;
-        reference.setWindowFlags(Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
-        QCOMPARE(chooser->windowFlags(), reference.windowFlags());
+        QVERIFY(hasFlags(chooser, Qt::WindowTitleHint | Qt::WindowCloseButtonHint));
         auto *tree = chooser->findChild<QTreeView *>();
         QCOMPARE(tree->minimumSize(), QSize(480, 330));
         QCOMPARE(tree->maximumSize(), QSize(480, 330));
@@ -242,7 +220,9 @@ void ReportViewerTest::savesIntoFolder()
     });
     dialogs.expectBox();
     QVERIFY(clickSave());
-    checkBox(dialogs, QMessageBox::Information, "Report saved successfully.");
+    QCOMPARE(
+        boxFault(dialogs, QMessageBox::Information, "Report saved successfully.", viewer_.get()),
+        QString());
     QVERIFY(!viewer_->isVisible());
     const auto calls = ScriptedEngine::instance().calls(kSave);
     QCOMPARE(calls.size(), size_t(1));
@@ -274,7 +254,9 @@ void ReportViewerTest::saveNeedsFolder()
     });
     dialogs.expectBox();
     QVERIFY(clickSave());
-    checkBox(dialogs, QMessageBox::Warning, "Kindly select path to save reports.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Kindly select path to save reports.",
+                      viewer_.get()),
+             QString());
     QVERIFY(viewer_->isVisible());
     QCOMPARE(ScriptedEngine::instance().calls(kSave).size(), size_t(0));
 }
@@ -300,7 +282,9 @@ void ReportViewerTest::folderIsRemembered()
     dialogs.expectDialog(pressOk);
     dialogs.expectBox();
     QVERIFY(clickSave());
-    checkBox(dialogs, QMessageBox::Information, "Report saved successfully.");
+    QCOMPARE(
+        boxFault(dialogs, QMessageBox::Information, "Report saved successfully.", viewer_.get()),
+        QString());
     QCOMPARE(ScriptedEngine::instance().calls(kSave)[0].arguments[0],
              folder_.filePath("saved").toStdString());
 }

@@ -114,13 +114,7 @@ void ScanLaunchTest::choosePath(QDialog *chooser, const QString &path) const
 
 void ScanLaunchTest::checkWarning(const Dialogs &dialogs, const QString &text) const
 {
-    QCOMPARE(dialogs.fault(), QString());
-    const talo::test::SeenBox &box = dialogs.boxes().last();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, text);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, text, page_.get()), QString());
 }
 
 void ScanLaunchTest::startsPrograms_data()

@@ -1,8 +1,9 @@
 // The list of scheduled scans: REMOVE and EDIT.
+#include "pages/pagesupport.h"
 #include "pages/schedulescan.h"
-#include "pages/settingssupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
+#include "support/tables.h"
 #include "support/widgets.h"
 
 #include <QSignalSpy>
@@ -47,9 +48,8 @@ private slots:
 private:
     void listSchedules(const std::string &list, int count);
     QTableWidget *table() const { return page_->findChild<QTableWidget *>(); }
-    void clickRow(int row) const;
+    void clickRow(int row) const { clickCell(table(), row, 1); }
     bool press(const char *text) const { return click(button(page_.get(), text)); }
-    void checkBox(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text) const;
 
     std::unique_ptr<ScheduleScan> page_;
 };
@@ -66,25 +66,6 @@ void ScheduleScanActionsTest::listSchedules(const std::string &list, int count)
     page_ = std::make_unique<ScheduleScan>(nullptr);
     page_->show();
     ScriptedEngine::instance().clearCalls();
-}
-
-void ScheduleScanActionsTest::clickRow(int row) const
-{
-    const QRect place = table()->visualRect(table()->model()->index(row, 1));
-    QTest::mouseClick(table()->viewport(), Qt::LeftButton, Qt::NoModifier, place.center());
-}
-
-void ScheduleScanActionsTest::checkBox(const Dialogs &dialogs, QMessageBox::Icon icon,
-                                       const QString &text) const
-{
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().size(), 1);
-    const SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, icon);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, text);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
 }
 
 void ScheduleScanActionsTest::nothingCurrentIsSaid_data()
@@ -105,7 +86,7 @@ void ScheduleScanActionsTest::nothingCurrentIsSaid()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press(qPrintable(pressed)));
-    checkBox(dialogs, QMessageBox::Warning, told);
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, told, page_.get()), QString());
     QCOMPARE(engineCalls(), QStringList());
     QCOMPARE(edits.count(), 0);
 }
@@ -118,7 +99,9 @@ void ScheduleScanActionsTest::removesCurrentWithoutAsking()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("REMOVE"));
-    checkBox(dialogs, QMessageBox::Information, "ScheduleScan configuration [ noon ] removed.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information,
+                      "ScheduleScan configuration [ noon ] removed.", page_.get()),
+             QString());
     QCOMPARE(engineCalls(), QStringList({QString(kRemove) + " noon", kGetList}));
     QCOMPARE(table()->rowCount(), 1);
     QCOMPARE(table()->item(0, 0)->text(), QString("night"));
@@ -132,7 +115,9 @@ void ScheduleScanActionsTest::removalOfTheLastDisablesButtons()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("REMOVE"));
-    checkBox(dialogs, QMessageBox::Information, "ScheduleScan configuration [ night ] removed.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information,
+                      "ScheduleScan configuration [ night ] removed.", page_.get()),
+             QString());
     QCOMPARE(table()->rowCount(), 0);
     QVERIFY(!button(page_.get(), "REMOVE")->isEnabled());
     QVERIFY(!button(page_.get(), "EDIT")->isEnabled());
@@ -147,8 +132,9 @@ void ScheduleScanActionsTest::nameGoesAsUtf8()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(press("REMOVE"));
-    checkBox(dialogs, QMessageBox::Information,
-             "ScheduleScan configuration [ " + name + " ] removed.");
+    QCOMPARE(boxFault(dialogs, QMessageBox::Information,
+                      "ScheduleScan configuration [ " + name + " ] removed.", page_.get()),
+             QString());
     QCOMPARE(ScriptedEngine::instance().calls(kRemove)[0].arguments,
              std::vector<std::string>{name.toStdString()});
 }

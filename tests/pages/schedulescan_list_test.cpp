@@ -1,11 +1,11 @@
 // The list of scheduled scans: how it is built and what it shows.
+#include "pages/pagesupport.h"
 #include "pages/schedulescan.h"
-#include "pages/settingssupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
+#include "support/tables.h"
 #include "support/widgets.h"
 
-#include <QHeaderView>
 #include <QLabel>
 #include <QSignalSpy>
 #include <QTableWidget>
@@ -52,7 +52,6 @@ private:
     void listSchedules(const std::string &list, int count);
     QTableWidget *table() const { return page_->findChild<QTableWidget *>(); }
     bool enabled(const char *text) const { return button(page_.get(), text)->isEnabled(); }
-    QString content() const;
 
     std::unique_ptr<ScheduleScan> page_;
 };
@@ -68,20 +67,6 @@ void ScheduleScanListTest::listSchedules(const std::string &list, int count)
     ScriptedEngine::instance().answer(kGetList, {0, {list}, {count}});
     page_ = std::make_unique<ScheduleScan>(nullptr);
     page_->show();
-}
-
-// "name|type|frequency;…", with nothing between the bars of a blank row.
-QString ScheduleScanListTest::content() const
-{
-    QStringList rows;
-    for (int row = 0; row < table()->rowCount(); ++row) {
-        QStringList cells;
-        for (int column = 0; column < table()->columnCount(); ++column) {
-            cells << table()->model()->index(row, column).data().toString();
-        }
-        rows << cells.join('|');
-    }
-    return rows.join(';');
 }
 
 void ScheduleScanListTest::declaresSignalsAndSlotsInOrder()
@@ -152,18 +137,10 @@ void ScheduleScanListTest::tableIsBuilt()
 {
     QCOMPARE(table()->minimumSize(), QSize(630, 240));
     QCOMPARE(table()->maximumSize(), QSize(630, 240));
-    QStringList headers;
-    for (int column = 0; column < table()->columnCount(); ++column) {
-        headers << table()->horizontalHeaderItem(column)->text();
-    }
-    QCOMPARE(headers, QStringList({"Name", "Type", "Frequency"}));
+    QCOMPARE(captionsOf(table()), QStringList({"Name", "Type", "Frequency"}));
     QCOMPARE(table()->columnWidth(0), 228);
     QCOMPARE(table()->columnWidth(1), 200);
-    QVERIFY(table()->horizontalHeader()->stretchLastSection());
-    QVERIFY(table()->verticalHeader()->isHidden());
-    QCOMPARE(table()->editTriggers(), QAbstractItemView::NoEditTriggers);
-    QCOMPARE(table()->selectionMode(), QAbstractItemView::SingleSelection);
-    QCOMPARE(table()->selectionBehavior(), QAbstractItemView::SelectRows);
+    QCOMPARE(listTableFault(table()), QString());
 }
 
 void ScheduleScanListTest::backEmitsTheWayToScans()
@@ -183,7 +160,7 @@ void ScheduleScanListTest::addEmitsTheWayToTheEditor()
 void ScheduleScanListTest::isFilledOnceAtConstruction()
 {
     QCOMPARE(engineCalls(), QStringList(kGetList));
-    QCOMPARE(content(),
+    QCOMPARE(contentOf(table()),
              QString("night|Full Scan|Daily at 02:00;noon|Quick Scan|Every Friday at 12:00"));
     QVERIFY(enabled("REMOVE"));
     QVERIFY(enabled("EDIT"));
@@ -218,13 +195,13 @@ void ScheduleScanListTest::fillsTable()
     QFETCH(int, count);
     const Dialogs dialogs;
     listSchedules(list.toStdString(), count);
-    QTEST(content(), "shown");
+    QTEST(contentOf(table()), "shown");
     QCOMPARE(table()->rowCount(), qMax(count, 0));
     QCOMPARE(enabled("REMOVE"), count > 0);
     QCOMPARE(enabled("EDIT"), count > 0);
     QVERIFY(enabled("ADD"));
     page_->fillAllSchTabelData(); // rows of the last time do not pile up
-    QTEST(content(), "shown");
+    QTEST(contentOf(table()), "shown");
     QCOMPARE(dialogs.fault(), QString()); // what is skipped is skipped in silence
 }
 
@@ -276,11 +253,10 @@ void ScheduleScanListTest::cellsAreCentred()
     }
 }
 
-// The rows go one by one, and what was current goes with them.
+// What was current goes with its row.
 void ScheduleScanListTest::reloadKeepsNoSelection()
 {
-    const QRect place = table()->visualRect(table()->model()->index(1, 1));
-    QTest::mouseClick(table()->viewport(), Qt::LeftButton, Qt::NoModifier, place.center());
+    clickCell(table(), 1, 1);
     QCOMPARE(table()->currentRow(), 1);
     page_->fillAllSchTabelData();
     QCOMPARE(table()->currentRow(), -1);

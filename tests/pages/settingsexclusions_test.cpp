@@ -1,7 +1,7 @@
 // The settings page's list of exclusions from scanning.
 #include "pages/excludescan.h"
+#include "pages/pagesupport.h"
 #include "pages/settings.h"
-#include "pages/settingssupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -147,13 +147,9 @@ void SettingsExclusionsTest::removeNeedsARow()
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(click(button("btnDefaultGeneral")));
-    QCOMPARE(dialogs.fault(), QString());
-    const SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("ExcludeScan"));
-    QCOMPARE(box.text, QString("Kindly select row to remove."));
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Kindly select row to remove.", page_.get(),
+                      "ExcludeScan"),
+             QString());
     QCOMPARE(engineCalls(), QStringList());
 }
 

@@ -1,6 +1,6 @@
 // Creating, changing and resetting the settings password.
+#include "pages/pagesupport.h"
 #include "pages/settings.h"
-#include "pages/settingssupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -183,12 +183,7 @@ void SettingsNewPasswordTest::createReportsResult()
     };
     const auto managed = [](QDialog *dialog) { QVERIFY(!dialog->isVisible()); };
     QCOMPARE(run(dialogs, "CREATE", act, managed), QString());
-    const SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, icon);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, text);
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
+    QCOMPARE(boxFault(dialogs, icon, text, page_.get()), QString());
     // The flag is left alone.
     QCOMPARE(engineCalls(),
              QStringList(QString::fromUtf8("libPassword::createpass секрет secret1 0")));
@@ -247,9 +242,7 @@ void SettingsNewPasswordTest::changeReportsResult()
     };
     const auto managed = [](QDialog *dialog) { QVERIFY(dialog->isVisible()); };
     QCOMPARE(run(dialogs, "CHANGE", act, managed), QString());
-    QCOMPARE(dialogs.boxes().first().icon, icon);
-    QCOMPARE(dialogs.boxes().first().text, text);
-    QCOMPARE(dialogs.boxes().first().parent, page_.get());
+    QCOMPARE(boxFault(dialogs, icon, text, page_.get()), QString());
     QVERIFY(openWhenCalled);
     QCOMPARE(openWhenTold, result != 0);
     QCOMPARE(engineCalls(), QStringList("libPassword::modifyPassword old123 new123 new124"));
@@ -334,9 +327,7 @@ void SettingsNewPasswordTest::resetReportsResult()
     QVERIFY(click(button(page_.get(), "Manage Password")));
     QCOMPARE(dialogs.fault(), QString());
     if (icon != QMessageBox::NoIcon) {
-        QCOMPARE(dialogs.boxes().last().icon, icon);
-        QCOMPARE(dialogs.boxes().last().text, text);
-        QCOMPARE(dialogs.boxes().last().parent, page_.get());
+        QCOMPARE(boxFault(dialogs, icon, text, page_.get()), QString());
     }
     QCOMPARE(engineCalls(), QStringList("product_registration 70"));
 }

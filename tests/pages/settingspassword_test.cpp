@@ -1,6 +1,6 @@
 // Managing the settings password: what is offered, and the switch of its protection.
+#include "pages/pagesupport.h"
 #include "pages/settings.h"
-#include "pages/settingssupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -60,9 +60,7 @@ void checkFrame(QDialog *dialog)
     QCOMPARE(dialog->parent(), nullptr);
     QCOMPARE(dialog->minimumSize(), QSize(350, 150));
     QCOMPARE(dialog->maximumSize(), QSize(350, 150));
-    QDialog reference; // Qt adds to the flags what every window has
-    reference.setWindowFlags(Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
-    QCOMPARE(dialog->windowFlags(), reference.windowFlags());
+    QVERIFY(hasFlags(dialog, Qt::WindowTitleHint | Qt::WindowCloseButtonHint));
     QCOMPARE(dialog->contentsMargins(), QMargins());
     QVERIFY(isTight(dialog));
 }
@@ -174,13 +172,8 @@ void SettingsPasswordTest::switchingOnNeedsAPassword()
         QVERIFY(dialog->isVisible());
         QCOMPARE(visibleTexts(dialog), QStringList("CREATE"));
     }));
-    QCOMPARE(dialogs.fault(), QString());
-    const SeenBox &box = dialogs.boxes().first();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QCOMPARE(box.text, QString("Please create password first."));
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Please create password first.", page_.get()),
+             QString());
     QCOMPARE(engineCalls(), QStringList({kExists, kExists}));
 }
 
@@ -286,10 +279,8 @@ void SettingsPasswordTest::wrongPasswordKeepsPrompt()
         });
         QVERIFY(click(protection(dialog)));
     }));
-    QCOMPARE(dialogs.fault(), QString());
-    QCOMPARE(dialogs.boxes().first().icon, QMessageBox::Warning);
-    QCOMPARE(dialogs.boxes().first().text, QString("Password does not match."));
-    QCOMPARE(dialogs.boxes().first().parent, page_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, "Password does not match.", page_.get()),
+             QString());
     QCOMPARE(engineCalls(), QStringList(QString::fromUtf8("libPassword::ValidatePassword пароль")));
 }
 

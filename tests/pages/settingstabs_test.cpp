@@ -1,6 +1,6 @@
 // Moving between the settings page's tabs.
+#include "pages/pagesupport.h"
 #include "pages/settings.h"
-#include "pages/settingssupport.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
 

@@ -1,6 +1,6 @@
 // The values on the settings page: shown, applied and set to the engine's defaults.
+#include "pages/pagesupport.h"
 #include "pages/settings.h"
-#include "pages/settingssupport.h"
 #include "support/dialogs.h"
 #include "support/scriptedengine.h"
 #include "support/widgets.h"
@@ -113,14 +113,7 @@ QString SettingsValuesTest::press(const char *text, const char *box) const
             return "cannot be clicked";
         }
     }
-    if (!dialogs.fault().isEmpty()) {
-        return dialogs.fault();
-    }
-    const SeenBox &seen = dialogs.boxes().first();
-    const bool right = seen.icon == QMessageBox::Information && seen.title == "Settings Updation" &&
-                       seen.text == box && seen.buttons == QMessageBox::Ok &&
-                       seen.parent == page_.get();
-    return right ? QString() : QString("wrong box: %1: %2").arg(seen.title, seen.text);
+    return boxFault(dialogs, QMessageBox::Information, box, page_.get(), "Settings Updation");
 }
 
 void SettingsValuesTest::switchShowsExactlyOneAsOn_data()

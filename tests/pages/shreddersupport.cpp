@@ -75,19 +75,4 @@ bool ShredderWindow::select(int row) const
     return table()->currentRow() == row;
 }
 
-QString boxFault(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text,
-                 const QWidget *parent)
-{
-    if (!dialogs.fault().isEmpty())
-        return dialogs.fault();
-    if (dialogs.boxes().size() != 1)
-        return "not one box";
-    const SeenBox &box = dialogs.boxes().first();
-    if (box.text != text)
-        return "it says " + box.text;
-    const bool good = box.icon == icon && box.title == "TALO Antivirus" && box.parent == parent &&
-                      box.buttons == QMessageBox::Ok;
-    return good ? QString() : QString("it looks otherwise");
-}
-
 } // namespace talo::test

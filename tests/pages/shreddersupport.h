@@ -40,9 +40,4 @@ private:
     QTemporaryDir folder_{"/tmp/t-XXXXXX"};
 };
 
-// What is wrong with the only box that came up; empty if it has this text, the product's title and
-// one button.
-QString boxFault(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text,
-                 const QWidget *parent);
-
 } // namespace talo::test

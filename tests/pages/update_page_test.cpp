@@ -324,17 +324,12 @@ void UpdatePageTest::refusesWhileOneRuns_data()
 void UpdatePageTest::refusesWhileOneRuns()
 {
     QFETCH(bool, product);
+    QFETCH(QString, text);
     ScriptedEngine::instance().answer(kRunning, {0});
     Dialogs dialogs;
     dialogs.expectBox();
     QVERIFY(click(updateButton(product)));
-    QCOMPARE(dialogs.fault(), QString());
-    const talo::test::SeenBox &box = dialogs.boxes().last();
-    QCOMPARE(box.icon, QMessageBox::Warning);
-    QCOMPARE(box.title, QString("TALO Antivirus"));
-    QTEST(box.text, "text");
-    QCOMPARE(box.buttons, QMessageBox::StandardButtons(QMessageBox::Ok));
-    QCOMPARE(box.parent, page_.get());
+    QCOMPARE(boxFault(dialogs, QMessageBox::Warning, text, page_.get()), QString());
     QVERIFY(programs_.launches().isEmpty());
     QCOMPARE(updateWindows().size(), product ? 0 : 1); // the window is made whatever follows
 }

@@ -69,6 +69,17 @@ QPoint middle(QWidget *widget)
 
 } // namespace
 
+void expect(const QString &seen, const QString &wanted)
+{
+    if (seen != wanted)
+        throw Failure(("saw \"" + seen + "\" instead of \"" + wanted + '"').toStdString());
+}
+
+void expect(const QStringList &seen, const QStringList &wanted)
+{
+    expect(seen.join(", "), wanted.join(", "));
+}
+
 void Desktop::await(const std::string &what, std::function<bool()> condition, int seconds) const
 {
     for (int tries = 0; tries < seconds * 20; ++tries) {

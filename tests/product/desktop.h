@@ -21,6 +21,17 @@ class Failure : public std::runtime_error
     using std::runtime_error::runtime_error;
 };
 
+// A person's steps went as they should; otherwise the failure names the one that did not.
+#define SUCCEEDS(...)                                                                              \
+    do {                                                                                           \
+        const std::string failure = __VA_ARGS__;                                                   \
+        QVERIFY2(failure.empty(), failure.c_str());                                                \
+    } while (false)
+
+// Throw a Failure where the two differ.
+void expect(const QString &seen, const QString &wanted);
+void expect(const QStringList &seen, const QStringList &wanted);
+
 class Desktop
 {
 public:

@@ -35,19 +35,6 @@ namespace
 const QString kScan = "Scheduled Quick Scan";
 const QDate kFirstDay(2026, 11, 23);
 
-// A person's steps went as they should: `failure` names the one that did not.
-#define SUCCEEDS(...)                                                                              \
-    do {                                                                                           \
-        const std::string failure = __VA_ARGS__;                                                   \
-        QVERIFY2(failure.empty(), failure.c_str());                                                \
-    } while (false)
-
-void expect(const QString &seen, const QString &wanted)
-{
-    if (seen != wanted)
-        throw Failure(("saw \"" + seen + "\" instead of \"" + wanted + '"').toStdString());
-}
-
 QTableWidget *table()
 {
     for (const QWidget *window : QApplication::topLevelWidgets()) {

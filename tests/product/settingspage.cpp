@@ -34,17 +34,6 @@ QToolButton *button(const QString &name)
 
 } // namespace
 
-void expect(const QString &seen, const QString &wanted)
-{
-    if (seen != wanted)
-        throw Failure(("saw \"" + seen + "\" instead of \"" + wanted + '"').toStdString());
-}
-
-void expect(const QStringList &seen, const QStringList &wanted)
-{
-    expect(seen.join(", "), wanted.join(", "));
-}
-
 QStringList shown(const Desktop &desktop)
 {
     return desktop.see<QStringList>([] {

@@ -9,18 +9,7 @@
 namespace talo::test
 {
 
-// A person's steps went as they should; otherwise the failure names the one that did not.
-#define SUCCEEDS(...)                                                                              \
-    do {                                                                                           \
-        const std::string failure = __VA_ARGS__;                                                   \
-        QVERIFY2(failure.empty(), failure.c_str());                                                \
-    } while (false)
-
 inline const char kApplied[] = "Current settings applied successfully";
-
-// Throw a Failure where the two differ.
-void expect(const QString &seen, const QString &wanted);
-void expect(const QStringList &seen, const QStringList &wanted);
 
 // "btnScanArchive on" for every switch and "Update Frequency: 2 Hour" for every box that shows.
 QStringList shown(const Desktop &desktop);

@@ -119,4 +119,30 @@ void Dialogs::complain(const QString &what, QDialog *dialog)
     dialog->reject();
 }
 
+bool hasFlags(const QDialog *dialog, Qt::WindowFlags flags)
+{
+    QDialog reference;
+    reference.setWindowFlags(flags);
+    return dialog->windowFlags() == reference.windowFlags();
+}
+
+QString boxFault(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text,
+                 const QWidget *parent, const QString &title)
+{
+    if (!dialogs.fault().isEmpty())
+        return dialogs.fault();
+    if (dialogs.boxes().isEmpty())
+        return "no box came";
+    const SeenBox &box = dialogs.boxes().last();
+    if (box.text != text)
+        return "it says " + box.text;
+    if (box.title != title)
+        return "its title is " + box.title;
+    if (box.icon != icon)
+        return QString("its icon is %1").arg(box.icon);
+    if (box.buttons != QMessageBox::Ok)
+        return QString("its buttons are %1").arg(box.buttons, 0, 16);
+    return box.parent == parent ? QString() : QString("it belongs to another window");
+}
+
 } // namespace talo::test

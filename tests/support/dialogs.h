@@ -65,4 +65,12 @@ private:
     QElapsedTimer sinceChange_;
 };
 
+// Whether the dialog was given these flags; Qt adds to them what every window has.
+bool hasFlags(const QDialog *dialog, Qt::WindowFlags flags);
+
+// What is wrong with the dialogs or with the last box of them; empty if all came that was
+// announced, and the box has this look and OK as its only button.
+QString boxFault(const Dialogs &dialogs, QMessageBox::Icon icon, const QString &text,
+                 const QWidget *parent, const QString &title = "TALO Antivirus");
+
 } // namespace talo::test

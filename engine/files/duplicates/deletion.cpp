@@ -4,12 +4,12 @@
 #include "files/duplicates/comparison.h"
 #include "files/duplicates/lease.h"
 #include "files/duplicates/tree.h"
+#include "files/randomname.h"
 #include "files/removal.h"
 
 #include <algorithm>
 #include <cerrno>
 #include <new>
-#include <sys/random.h>
 #include <unistd.h>
 
 namespace talo::files
@@ -60,21 +60,6 @@ bool isAtPath(const GroupMember &member, const Identity &identity)
 {
     const auto now = openMember(member);
     return now && identityOf(now->file.status) == identity;
-}
-
-// Names the capture folder. Not to be guessed, so that nobody can have made it before.
-std::string newToken()
-{
-    unsigned char bytes[16] = {};
-    if (getrandom(bytes, sizeof bytes, 0) != static_cast<ssize_t>(sizeof bytes))
-        return {};
-    std::string token;
-    for (const unsigned char byte : bytes) {
-        constexpr char kDigits[] = "0123456789abcdef";
-        token += kDigits[byte >> 4u];
-        token += kDigits[byte & 15u];
-    }
-    return token;
 }
 
 bool sameContentTime(const struct stat &a, const struct stat &b)
@@ -147,9 +132,7 @@ std::optional<Error> Leaving::deleteFor(const GroupMember &stays)
 std::optional<Error> Leaving::remove(const GroupMember &stays, const OpenMember &open,
                                      const ReadLease &lease)
 {
-    const std::string token = newToken();
-    if (token.empty())
-        return systemError(errno);
+    const std::string token = randomName(32); // names the capture folder
     const LastWord lastWord = [&]() -> std::optional<Error> {
         try {
             if (auto error = checkUnwritten(member_, lease_))

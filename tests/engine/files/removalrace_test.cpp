@@ -1,18 +1,14 @@
-// Somebody who owns a folder exchanges what lies in it, and the folder itself, while threats are
-// removed from it by a mightier process.
-#include "engine/files/sandbox.h"
+// Threats are removed from the folder of an attacker.
+#include "engine/files/raceattacker.h"
 #include "files/removal.h"
 #include "files/safeopen.h"
 
 #include <chrono>
-#include <csignal>
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 using namespace talo::files;
@@ -23,54 +19,22 @@ namespace
 
 using Clock = std::chrono::steady_clock;
 
-// In the attacker's home: "d" with a bad and a good file, and "link", which leads to the victim's.
-class RemovalRace : public testing::Test
+// "d" has a bad and a good file.
+class RemovalRace : public AttackedFolder
 {
 protected:
-    void SetUp() override
-    {
-        if (!isRoot())
-            GTEST_SKIP() << "needs root, to have an attacker of lesser rights";
-        mkdir((folder_ / "victim").c_str(), 0700);
-        writeFile(folder_ / "victim/f", "VICTIM");
-        mkdir((folder_ / "home").c_str(), 0755);
-        ASSERT_EQ(chown((folder_ / "home").c_str(), kNobody, kNobody), 0);
-    }
-
-    void TearDown() override
-    {
-        if (attacker_ > 0) {
-            kill(attacker_, SIGKILL);
-            waitpid(attacker_, nullptr, 0);
-        }
-    }
-
     void attack(const std::function<void()> &flip)
     {
-        attacker_ = fork();
-        if (attacker_ != 0)
-            return;
-        if (setgroups(0, nullptr) || setresgid(kNobody, kNobody, kNobody) ||
-            setresuid(kNobody, kNobody, kNobody) || chdir((folder_ / "home").c_str()) ||
-            symlink("../victim", "link") || mkdir("d", 0755))
-            _exit(1);
-        for (;;) {
-            if (access("d/f", F_OK) != 0)
-                writeFile("d/f", "EVIL");
-            if (access("d/other", F_OK) != 0)
-                writeFile("d/other", "GOOD");
-            flip();
-        }
+        AttackedFolder::attack([] { return true; },
+                               [&flip] {
+                                   if (access("d/f", F_OK) != 0)
+                                       writeFile("d/f", "EVIL");
+                                   if (access("d/other", F_OK) != 0)
+                                       writeFile("d/other", "GOOD");
+                                   flip();
+                               });
     }
-
-    TempFolder folder_;
-    pid_t attacker_ = 0;
 };
-
-void exchange(const char *a, const char *b)
-{
-    renameat2(AT_FDCWD, a, AT_FDCWD, b, RENAME_EXCHANGE);
-}
 
 std::string contentOf(int fd)
 {
@@ -118,17 +82,17 @@ TEST_F(RemovalRace, losesNoForeignFileToAnExchangedFolder)
         exchange("d", "link");
         exchange("d", "link");
     });
-    const Tries tries = removeFor(std::chrono::seconds(3), folder_ / "home", folder_ / "victim/f");
+    const Tries tries = removeFor(std::chrono::seconds(3), home_, victim_);
     EXPECT_GT(tries.removed, 0);
     EXPECT_EQ(tries.wrong, 0);
-    EXPECT_EQ(readFile(folder_ / "victim/f"), "VICTIM");
+    EXPECT_EQ(readFile(victim_), "VICTIM");
     std::printf("removed %d, refused %d\n", tries.removed, tries.refused);
 }
 
 TEST_F(RemovalRace, removesNoOtherFileThatTookTheName)
 {
     attack([] { exchange("d/f", "d/other"); });
-    const Tries tries = removeFor(std::chrono::seconds(3), folder_ / "home", folder_ / "victim/f");
+    const Tries tries = removeFor(std::chrono::seconds(3), home_, victim_);
     EXPECT_GT(tries.removed, 0);
     EXPECT_EQ(tries.wrong, 0);
     std::printf("removed %d, refused %d\n", tries.removed, tries.refused);
@@ -143,16 +107,15 @@ TEST_F(RemovalRace, wouldBeLostByUnlinkingAPath)
         exchange("d", "link");
         usleep(20);
     });
-    const std::string victim = folder_ / "victim/f";
     int lost = 0;
     for (const auto end = Clock::now() + std::chrono::seconds(20);
          lost == 0 && Clock::now() < end;) {
-        const UniqueFd file(open((folder_ / "home/d/f").c_str(), O_RDONLY | O_NOFOLLOW));
+        const UniqueFd file(open((home_ + "/d/f").c_str(), O_RDONLY | O_NOFOLLOW));
         if (!file || contentOf(file.get()) != "EVIL")
             continue;
         usleep(50); // as long as a scan takes at the least
-        unlink((folder_ / "home/d/f").c_str());
-        lost += !exists(victim);
+        unlink((home_ + "/d/f").c_str());
+        lost += !exists(victim_);
     }
     EXPECT_EQ(lost, 1);
 }

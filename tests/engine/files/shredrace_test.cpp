@@ -1,5 +1,5 @@
 // Shredding under attack, and shredding that is killed.
-#include "engine/files/sandbox.h"
+#include "engine/files/raceattacker.h"
 #include "files/shred.h"
 
 #include <chrono>
@@ -7,7 +7,6 @@
 #include <cstdio>
 #include <fcntl.h>
 #include <functional>
-#include <grp.h>
 #include <gtest/gtest.h>
 #include <random>
 #include <sys/stat.h>
@@ -24,43 +23,18 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::size_t kMiB = 1u << 20;
 
-// In the attacker's home: "d" with a file "f" and a link "l" to the victim's file, and "link",
-// which leads to the victim's folder.
-class ShredRace : public testing::Test
+// "d" has a file "f" and a link "l" to the victim's file.
+class ShredRace : public AttackedFolder
 {
 protected:
-    void SetUp() override
-    {
-        if (!isRoot())
-            GTEST_SKIP() << "needs root, to have an attacker of lesser rights";
-        mkdir((folder_ / "victim").c_str(), 0700);
-        writeFile(victim_, "VICTIM");
-        mkdir((folder_ / "home").c_str(), 0755);
-        ASSERT_EQ(chown((folder_ / "home").c_str(), kNobody, kNobody), 0);
-    }
-
-    void TearDown() override
-    {
-        if (attacker_ > 0) {
-            kill(attacker_, SIGKILL);
-            waitpid(attacker_, nullptr, 0);
-        }
-    }
-
     void attack(const std::function<void()> &flip)
     {
-        attacker_ = fork();
-        if (attacker_ != 0)
-            return;
-        if (setgroups(0, nullptr) || setresgid(kNobody, kNobody, kNobody) ||
-            setresuid(kNobody, kNobody, kNobody) || chdir((folder_ / "home").c_str()) ||
-            symlink("../victim", "link") || mkdir("d", 0755) || symlink("../../victim/f", "d/l"))
-            _exit(1);
-        for (;;) {
-            if (access("d/f", F_OK) != 0)
-                writeFile("d/f", std::string(20000, 'x'));
-            flip();
-        }
+        AttackedFolder::attack([] { return symlink("../../victim/f", "d/l") == 0; },
+                               [&flip] {
+                                   if (access("d/f", F_OK) != 0)
+                                       writeFile("d/f", std::string(20000, 'x'));
+                                   flip();
+                               });
     }
 
     // Until some were shredded under attack, or it takes too long.
@@ -70,7 +44,7 @@ protected:
         int refused = 0;
         for (const auto end = Clock::now() + std::chrono::seconds(20);
              (done < 20 || refused < 20) && Clock::now() < end;) {
-            const ShredResult result = FileShredder({1, {}}).shred(folder_ / "home/d/f");
+            const ShredResult result = FileShredder({1, {}}).shred(home_ + "/d/f");
             ++(result.fault == ShredFault::None ? done : refused);
             ASSERT_EQ(readFile(victim_), "VICTIM") << result.text;
         }
@@ -78,16 +52,7 @@ protected:
         EXPECT_GT(done, 0);
         EXPECT_GT(refused, 0);
     }
-
-    TempFolder folder_;
-    const std::string victim_ = folder_ / "victim/f";
-    pid_t attacker_ = 0;
 };
-
-void exchange(const char *a, const char *b)
-{
-    renameat2(AT_FDCWD, a, AT_FDCWD, b, RENAME_EXCHANGE);
-}
 
 } // namespace
 
@@ -116,7 +81,7 @@ TEST_F(ShredRace, WouldBeLostByOpeningAPath)
         exchange("d/f", "d/l");
         exchange("d/f", "d/l");
     });
-    const std::string path = folder_ / "home/d/f";
+    const std::string path = home_ + "/d/f";
     const auto end = Clock::now() + std::chrono::seconds(20);
     while (readFile(victim_) == "VICTIM" && Clock::now() < end) {
         struct stat status = {};

@@ -1,6 +1,6 @@
 // A stored report in the panel's own viewer, read through libtaloengine.so.
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
+#include "engine/service/privatebus.h"
 #include "pages/viewreport.h"
 #include "programs/reportview.h"
 

@@ -1,8 +1,8 @@
 // The scan program with a display: silent, and living on when its starter ends.
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
+#include "engine/service/privatebus.h"
 
 #include <QProcess>
 #include <QScopeGuard>

@@ -1,8 +1,8 @@
 // FullScan, QuickScan and CustomScan as whole programs, in a terminal and on a pipe.
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
+#include "engine/service/privatebus.h"
 
 #include <QProcess>
 #include <QtTest>

@@ -1,8 +1,8 @@
 // A scan as its client sees it, against a service that does what the test says.
 #include "client/scanjob.h"
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/samples.h"
+#include "engine/service/privatebus.h"
 
 #include <QtTest>
 

@@ -1,8 +1,8 @@
 // The scan window, driven by clicks, in front of a service that does what the test says.
 #include "client/scanjob.h"
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/samples.h"
+#include "engine/service/privatebus.h"
 #include "programs/elidedlabel.h"
 #include "programs/scanwindow.h"
 #include "support/clippedtexts.h"

@@ -1,8 +1,8 @@
 // The command line as a whole program.
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
+#include "engine/service/privatebus.h"
 
 #include <QtTest>
 

@@ -1,7 +1,7 @@
 // The two update programs and `talo update program`, as users start them.
 #include "engine/processchecks.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/programrun.h"
+#include "engine/service/privatebus.h"
 #include "engine/update/releasemaker.h"
 #include "engine/update/releaseserver.h"
 #include "update/productmanifest.h"

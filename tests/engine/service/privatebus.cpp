@@ -48,7 +48,10 @@ PrivateBus::PrivateBus()
     daemon_->start(QStringLiteral("dbus-daemon"),
                    {QStringLiteral("--config-file=") + config, QStringLiteral("--nofork"),
                     QStringLiteral("--nopidfile"), QStringLiteral("--print-address=1")});
-    if (daemon_->waitForReadyRead(10000))
+    // The address is printed once the socket listens.
+    while (daemon_->waitForReadyRead(10000) && !daemon_->canReadLine()) {
+    }
+    if (daemon_->canReadLine())
         address_ = QString::fromLatin1(daemon_->readLine()).trimmed();
 }
 

@@ -1,6 +1,6 @@
 // The agent's words, its memory of a day, and its way back to a bus.
 #include "engine/programs/agent/fakeengine.h"
-#include "engine/programs/support/privatebus.h"
+#include "engine/service/privatebus.h"
 #include "interface/names.h"
 #include "programs/agent/dailystamp.h"
 #include "programs/agent/enginelink.h"
@@ -15,7 +15,6 @@
 
 using namespace talo::programs;
 using talo::tests::FakeEngine;
-using talo::tests::PrivateBus;
 
 Q_DECLARE_METATYPE(talo::programs::EndedScan)
 

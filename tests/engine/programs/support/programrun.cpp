@@ -1,5 +1,7 @@
 #include "engine/programs/support/programrun.h"
 
+#include "engine/service/privatebus.h"
+
 #include <QProcess>
 
 namespace talo::tests
@@ -14,7 +16,7 @@ constexpr int kLongestRun = 20000;
 
 QString builtProgram(const QString &name)
 {
-    return qEnvironmentVariable("TALO_BUILD_DIR") + QLatin1String("/bin/") + name;
+    return built(QStringLiteral("bin/") + name);
 }
 
 QProcessEnvironment withoutDisplay(const QString &busAddress)

@@ -1,4 +1,4 @@
-#include "pages/settingssupport.h"
+#include "pages/pagesupport.h"
 
 #include "support/scriptedengine.h"
 

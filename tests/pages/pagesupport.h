@@ -1,4 +1,4 @@
-// What the tests of the settings page share.
+// What the tests of several pages share.
 #pragma once
 
 #include <QStringList>
