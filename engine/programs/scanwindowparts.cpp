@@ -32,11 +32,11 @@ QIcon kindIcon(interface::ScanKind kind)
     return QIcon(QStringLiteral(":/res/icon/customscan.png"));
 }
 
-QToolButton *createButton(QWidget *parent, const char *name, const char *text)
+QToolButton *createButton(QWidget *parent, const char *name, const QString &text)
 {
     auto *button = new QToolButton(parent);
     button->setObjectName(QLatin1String(name));
-    button->setText(inWords(text));
+    button->setText(text);
     button->setCursor(Qt::PointingHandCursor);
     button->setFocusPolicy(Qt::StrongFocus);
     return button;
@@ -56,7 +56,7 @@ QTableView *createThreatTable(QWidget *parent, ThreatModel *model)
 {
     auto *table = new QTableView(parent);
     table->setObjectName(QStringLiteral("tblScanThreats"));
-    table->setAccessibleName(inWords("Threats found"));
+    table->setAccessibleName(Programs::tr("Threats found"));
     table->setModel(model);
     table->setEditTriggers(QAbstractItemView::NoEditTriggers);
     table->setSelectionBehavior(QAbstractItemView::SelectRows);
@@ -144,10 +144,10 @@ QWidget *ScanWindow::createBottom()
     band->setObjectName(QStringLiteral("scanwindowbottom"));
     band->setFixedSize(600, 60);
 
-    pause_ = createButton(band, "btnPauseScan", "PAUSE");
-    stop_ = createButton(band, "btnStopScan", "STOP");
-    view_ = createButton(band, "btnViewScanReport", "VIEW REPORT");
-    close_ = createButton(band, "btnCloseScan", "CLOSE");
+    pause_ = createButton(band, "btnPauseScan", Programs::tr("PAUSE"));
+    stop_ = createButton(band, "btnStopScan", Programs::tr("STOP"));
+    view_ = createButton(band, "btnViewScanReport", Programs::tr("VIEW REPORT"));
+    close_ = createButton(band, "btnCloseScan", Programs::tr("CLOSE"));
     view_->setMinimumWidth(130);
     view_->hide();
     close_->hide();
