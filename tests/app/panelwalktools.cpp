@@ -85,6 +85,7 @@ void walkShredder(PanelWalkSteps &walk)
     walk.modal("shredder-failed", button(2));
     walk.answer("libShred::shred", {0});
     walk.modal("shredder-done", button(2));
+    walk.stop("shredder-shredded");
     walk.page()->findChild<QTableWidget *>()->selectRow(0);
     walk.modal("shredder-again", button(2));
 }
