@@ -28,11 +28,13 @@ ScanFigures::ScanFigures(QWidget *parent)
     bar_->setTextVisible(false); // nobody could read it on the bar's stripes
     share_->setObjectName(QStringLiteral("lblScanValue"));
     share_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    share_->ensurePolished();
+    share_->setMinimumWidth(share_->fontMetrics().horizontalAdvance(QStringLiteral("100%")) + 5);
 
     auto *progress = new QHBoxLayout;
     progress->setSpacing(5);
-    progress->addWidget(bar_);
-    progress->addWidget(share_, 1);
+    progress->addWidget(bar_, 1);
+    progress->addWidget(share_);
 
     auto *grid = new QGridLayout;
     grid->setContentsMargins(0, 0, 0, 0);

@@ -5,6 +5,7 @@
 #include "programs/signatures.h"
 #include "programs/statusquery.h"
 #include "programs/threatmodel.h"
+#include "programs/threattable.h"
 #include "programs/words.h"
 
 #include <QAbstractButton>
@@ -13,7 +14,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
-#include <QTableView>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -55,7 +55,9 @@ ScanWindow::ScanWindow(const ScanRequest &request, client::ScanJob &job, QWidget
     layout->addWidget(createTop());
     layout->addWidget(createMiddle(), 1);
     layout->addWidget(createBottom());
-    setFixedSize(600, 520);
+    // At first as wide as most threats need to be told in full.
+    setMinimumSize(600, 520);
+    resize(840, 560);
 
     connectJob();
     showProgress(interface::ScanProgress());
