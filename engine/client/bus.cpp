@@ -6,6 +6,7 @@
 #include "interface/names.h"
 #include "interface/types.h"
 
+#include <QCoreApplication>
 #include <QDBusError>
 
 #include <cstdlib>
@@ -120,10 +121,10 @@ QString Bus::place()
 {
     const QString name = connection().name();
     if (name.startsWith(QLatin1String("talo-system-")))
-        return QStringLiteral("system bus");
+        return QCoreApplication::translate("Bus", "system bus");
     if (name.startsWith(QLatin1String("talo-session-")))
-        return QStringLiteral("session bus");
-    return QStringLiteral("bus named by TALO_BUS");
+        return QCoreApplication::translate("Bus", "session bus");
+    return QCoreApplication::translate("Bus", "bus named by TALO_BUS");
 }
 
 QDBusConnection Bus::connect()
@@ -167,31 +168,37 @@ QString Bus::explain(const QDBusMessage &error)
 {
     const QString said = error.errorMessage();
     if (is(error, QDBusError::Disconnected) || is(error, QDBusError::NoServer))
-        return QStringLiteral(
+        return QCoreApplication::translate(
+            "Bus",
             "There is no message bus on which the TALO Antivirus service could be reached. Log in "
             "to a desktop session, or start talod on a bus and name that bus in TALO_BUS.");
     if (is(error, QDBusError::ServiceUnknown))
-        return QStringLiteral(
-            "The TALO Antivirus service is not running. Start talod and try again.");
+        return QCoreApplication::translate(
+            "Bus", "The TALO Antivirus service is not running. Start talod and try again.");
     if (is(error, QDBusError::NoReply) || is(error, QDBusError::Timeout) ||
         is(error, QDBusError::TimedOut))
-        return QStringLiteral("The TALO Antivirus service does not answer. Try again in half a "
-                              "minute; if that does not help, restart talod.");
+        return QCoreApplication::translate(
+            "Bus", "The TALO Antivirus service does not answer. Try again in half a "
+                   "minute; if that does not help, restart talod.");
     if (error.errorName() == QLatin1String(interface::kErrorPasswordNeeded))
-        return QStringLiteral("The settings are guarded by a password: %1.").arg(said);
+        return QCoreApplication::translate("Bus", "The settings are guarded by a password: %1.")
+            .arg(said);
     if (is(error, QDBusError::AccessDenied) ||
         error.errorName() == QLatin1String(interface::kErrorNotPermitted))
-        return QStringLiteral("The TALO Antivirus service refused: %1. Ask an administrator, or "
-                              "run the program as the user that talod runs as.")
+        return QCoreApplication::translate(
+                   "Bus", "The TALO Antivirus service refused: %1. Ask an administrator, or "
+                          "run the program as the user that talod runs as.")
             .arg(said);
     if (error.errorName().startsWith(QLatin1String("org.freedesktop.DBus.Error.Spawn")))
-        return QStringLiteral("The TALO Antivirus service could not be started: %1. The system's "
-                              "log has the details.")
+        return QCoreApplication::translate(
+                   "Bus", "The TALO Antivirus service could not be started: %1. The system's "
+                          "log has the details.")
             .arg(said);
     if (is(error, QDBusError::UnknownMethod) || is(error, QDBusError::UnknownInterface) ||
         is(error, QDBusError::UnknownObject) || is(error, QDBusError::InvalidSignature))
-        return QStringLiteral("The TALO Antivirus service is of another version than this program. "
-                              "Restart talod after the update.");
+        return QCoreApplication::translate(
+            "Bus", "The TALO Antivirus service is of another version than this program. "
+                   "Restart talod after the update.");
     return said.isEmpty() ? error.errorName() : said;
 }
 

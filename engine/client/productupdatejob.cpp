@@ -103,8 +103,8 @@ void ProductUpdateJob::progressAnswered(const QDBusMessage &answer)
     }
     unanswered_ = 0;
     if (answer.signature() != QLatin1String("a{sv}")) {
-        end(QStringLiteral("The TALO Antivirus service is of another version than this program. "
-                           "Restart talod after the update."));
+        end(tr("The TALO Antivirus service is of another version than this program. "
+               "Restart talod after the update."));
         return;
     }
     const ProgramUpdate update = readProgress(qdbus_cast<QVariantMap>(answer.arguments().at(0)));
@@ -112,8 +112,8 @@ void ProductUpdateJob::progressAnswered(const QDBusMessage &answer)
         state_ != interface::ProgramIdle && update.state == interface::ProgramIdle;
     state_ = update.state;
     if (restarted) {
-        end(QStringLiteral("The TALO Antivirus service was restarted before the update was done. "
-                           "Start the update again."));
+        end(tr("The TALO Antivirus service was restarted before the update was done. "
+               "Start the update again."));
     } else if (update.state >= interface::ProgramAvailable) {
         active_ = false;
         emit ended(update);

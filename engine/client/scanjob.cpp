@@ -31,40 +31,41 @@ bool isOver(uint state)
     return state >= interface::Finished;
 }
 
-QString kindWords(interface::ScanKind kind)
+QString alreadyRunning(interface::ScanKind kind)
 {
     switch (kind) {
     case interface::FullScan:
-        return QStringLiteral("full scan");
+        return ScanJob::tr("A full scan is already running. Wait until it has ended, or stop it, "
+                           "and start this scan again.");
     case interface::QuickScan:
-        return QStringLiteral("quick scan");
+        return ScanJob::tr("A quick scan is already running. Wait until it has ended, or stop it, "
+                           "and start this scan again.");
     case interface::CustomScan:
         break;
     }
-    return QStringLiteral("custom scan");
+    return ScanJob::tr("A custom scan is already running. Wait until it has ended, or stop it, "
+                       "and start this scan again.");
 }
 
 QString otherVersion()
 {
-    return QStringLiteral("The TALO Antivirus service answered in a form that this program does "
-                          "not know: the two are of different versions. Restart talod, and start "
-                          "the scan again.");
+    return ScanJob::tr("The TALO Antivirus service answered in a form that this program does "
+                       "not know: the two are of different versions. Restart talod, and start "
+                       "the scan again.");
 }
 
 QString whyNotStarted(interface::ScanKind kind, const QDBusMessage &error)
 {
     const QString name = error.errorName();
     if (name == QLatin1String(interface::kErrorRunning))
-        return QStringLiteral("A %1 is already running. Wait until it has ended, or stop it, and "
-                              "start this scan again.")
-            .arg(kindWords(kind));
+        return alreadyRunning(kind);
     if (name == QLatin1String(interface::kErrorLimit))
-        return QStringLiteral("As many scans as are allowed at a time are already running. Wait "
-                              "until one of them has ended, or stop one, and start this scan "
-                              "again.");
+        return ScanJob::tr("As many scans as are allowed at a time are already running. Wait "
+                           "until one of them has ended, or stop one, and start this scan "
+                           "again.");
     if (name == QLatin1String(interface::kErrorNotFound))
-        return QStringLiteral("There is no such file or folder to scan, or the scan service may "
-                              "not see it. Check the path and start the scan again.");
+        return ScanJob::tr("There is no such file or folder to scan, or the scan service may "
+                           "not see it. Check the path and start the scan again.");
     return Bus::explain(error);
 }
 
@@ -215,14 +216,14 @@ void ScanJob::lost(const QDBusMessage &error)
         return;
     }
     if (isSilence(error))
-        end(QStringLiteral("The scan service does not answer any more. Its scan may still be going "
-                           "on; if no report of it appears, restart talod and start the scan "
-                           "again."));
+        end(tr("The scan service does not answer any more. Its scan may still be going "
+               "on; if no report of it appears, restart talod and start the scan "
+               "again."));
     else if (is(error, QDBusError::ServiceUnknown) || is(error, QDBusError::Disconnected) ||
              error.errorName() == QLatin1String(interface::kErrorNotFound))
-        end(QStringLiteral("The scan service stopped before the scan was done. What was scanned "
-                           "until then may be in an interrupted report. Start the scan again; if "
-                           "this happens again, the system's log says why."));
+        end(tr("The scan service stopped before the scan was done. What was scanned "
+               "until then may be in an interrupted report. Start the scan again; if "
+               "this happens again, the system's log says why."));
     else
         end(Bus::explain(error));
 }

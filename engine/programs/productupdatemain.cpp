@@ -2,6 +2,7 @@
 // display.
 #include "client/productupdatejob.h"
 #include "engine/processchecks.h"
+#include "language/language.h"
 #include "pages/screencentre.h"
 #include "programs/display.h"
 #include "programs/productupdatewindow.h"
@@ -20,11 +21,12 @@ namespace
 using namespace talo::programs;
 using talo::client::ProductUpdateJob;
 
-constexpr char kUsage[] =
+constexpr char kUsage[] = QT_TRANSLATE_NOOP(
+    "Programs",
     "Usage: TaloAntivirus_Product_Update\n"
     "\n"
     "Installs the latest release of TALO Antivirus; in a window where there is a display.\n"
-    "Exit status: 0 the latest release is installed, 2 it may not be.\n";
+    "Exit status: 0 the latest release is installed, 2 it may not be.\n");
 constexpr int kNotDone = 2;
 
 int runWindow(int &argc, char **argv)
@@ -48,16 +50,18 @@ int main(int argc, char **argv)
     ignoreBrokenPipes();
     if (argc > 1) {
         const bool help = argc == 2 && std::strcmp(argv[1], "--help") == 0;
-        std::fputs(kUsage, help ? stdout : stderr);
+        sayBeforeStart(argv, help ? stdout : stderr, kUsage);
         return help ? 0 : kNotDone;
     }
     if (IsTaloAVRunning("TaloAntivirus_P") == 0) {
-        std::fputs("Product Update is already running.\n", stderr);
+        sayBeforeStart(argv, stderr,
+                       QT_TRANSLATE_NOOP("Programs", "Product Update is already running.\n"));
         return kNotDone;
     }
     if (findDisplay())
         return runWindow(argc, argv);
     const QCoreApplication application(argc, argv);
+    talo::useUserLanguage();
     useUtf8();
     return runTerminalProductUpdate(ProductUpdateJob::Want::Install);
 }

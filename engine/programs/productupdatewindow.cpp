@@ -162,7 +162,7 @@ void ProductUpdateWindow::showFigures(const client::ProgramUpdate &update)
     version_->setText(version.isEmpty() ? none : version);
     total_->setText(update.total == 0 ? none : formatBytes(update.total));
     received_->setText(update.received == 0 ? none : formatBytes(update.received));
-    speed_->setText(update.speed == 0 ? none : formatBytes(update.speed) + QStringLiteral("/s"));
+    speed_->setText(update.speed == 0 ? none : tr("%1/s").arg(formatBytes(update.speed)));
 }
 
 void ProductUpdateWindow::showProgress(const talo::client::ProgramUpdate &update)

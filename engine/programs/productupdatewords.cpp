@@ -1,6 +1,7 @@
 #include "programs/productupdatewords.h"
 
 #include "programs/printable.h"
+#include "programs/words.h"
 
 #include <algorithm>
 
@@ -12,13 +13,13 @@ QString updateStep(const client::ProgramUpdate &update)
     const QString version = printable(update.version);
     switch (update.state) {
     case interface::ProgramDownloading:
-        return QStringLiteral("Downloading release %1 ...").arg(version);
+        return Programs::tr("Downloading release %1 ...").arg(version);
     case interface::ProgramVerifying:
-        return QStringLiteral("Checking release %1 ...").arg(version);
+        return Programs::tr("Checking release %1 ...").arg(version);
     case interface::ProgramInstalling:
-        return QStringLiteral("Installing release %1 ...").arg(version);
+        return Programs::tr("Installing release %1 ...").arg(version);
     default:
-        return QStringLiteral("Looking for a newer release ...");
+        return Programs::tr("Looking for a newer release ...");
     }
 }
 
@@ -27,28 +28,27 @@ QString updateOutcome(const client::ProgramUpdate &update)
     const QString version = printable(update.version);
     switch (update.state) {
     case interface::ProgramAvailable:
-        return QStringLiteral("Release %1 of %2 is available.")
-            .arg(version, printable(update.date));
+        return Programs::tr("Release %1 of %2 is available.").arg(version, printable(update.date));
     case interface::ProgramLatest:
-        return QStringLiteral("You already have the latest release.");
+        return Programs::tr("You already have the latest release.");
     case interface::ProgramInstalled:
-        return QStringLiteral("Release %1 is installed.").arg(version);
+        return Programs::tr("Release %1 is installed.").arg(version);
     case interface::ProgramStopped:
-        return QStringLiteral("The program update was stopped.");
+        return Programs::tr("The program update was stopped.");
     case interface::ProgramUnreachable:
-        return QStringLiteral("The update server is not reached. Try again later.");
+        return Programs::tr("The update server is not reached. Try again later.");
     case interface::ProgramNoSource:
-        return QStringLiteral("No update source is configured.");
+        return Programs::tr("No update source is configured.");
     default:
-        return QStringLiteral("The program was not updated.");
+        return Programs::tr("The program was not updated.");
     }
 }
 
 QString updateReason(const client::ProgramUpdate &update)
 {
     if (update.state == interface::ProgramNoSource)
-        return QStringLiteral("The administrator names one in "
-                              "/etc/taloantivirus/taloantivirus.conf.");
+        return Programs::tr("The administrator names one in "
+                            "/etc/taloantivirus/taloantivirus.conf.");
     return printableLines(update.problem.trimmed());
 }
 

@@ -5,6 +5,7 @@
 #include "programs/format.h"
 #include "programs/printable.h"
 #include "programs/scanwords.h"
+#include "programs/words.h"
 
 #include <QStringList>
 
@@ -21,16 +22,16 @@ QString stateWords(const interface::ScanProgress &progress)
 {
     switch (progress.state) {
     case interface::Preparing:
-        return QStringLiteral("Loading signatures");
+        return Programs::tr("Loading signatures");
     case interface::Paused:
-        return QStringLiteral("Paused");
+        return Programs::tr("Paused");
     case interface::Stopping:
-        return QStringLiteral("Stopping");
+        return Programs::tr("Stopping");
     default:
         break;
     }
     const int percent = percentDone(progress);
-    return percent < 0 ? QStringLiteral("Scanning") : QStringLiteral("%1%").arg(percent, 3);
+    return percent < 0 ? Programs::tr("Scanning") : QStringLiteral("%1%").arg(percent, 3);
 }
 
 } // namespace
@@ -39,12 +40,11 @@ QString progressLine(const interface::ScanProgress &progress, int columns)
 {
     QStringList parts{stateWords(progress)};
     if (progress.state != interface::Preparing) {
-        parts << formatCount(filesScanned(progress), "file", "files")
-              << formatBytes(progress.bytesDone)
-              << formatCount(progress.threats, "threat", "threats");
+        parts << formatFiles(filesScanned(progress)) << formatBytes(progress.bytesDone)
+              << formatThreats(progress.threats);
         if (progress.remainingMs >= 0)
-            parts << formatDuration(static_cast<quint64>(progress.remainingMs)) +
-                         QLatin1String(" left");
+            parts << Programs::tr("%1 left").arg(
+                formatDuration(static_cast<quint64>(progress.remainingMs)));
     }
     const QLatin1String gap(kGap);
     QString line = elidedMiddle(parts.join(gap), columns);

@@ -18,8 +18,8 @@ void showReport(const QString &key)
     std::string type;
     if (libReports::GetReportData(key.toStdString(), date, time, text, type) != 0) {
         QMessageBox::warning(QApplication::activeWindow(), QStringLiteral("TALO Antivirus"),
-                             inWords("The report cannot be read. It may have been deleted, "
-                                     "or the scan service is not running."));
+                             Programs::tr("The report cannot be read. It may have been deleted, "
+                                          "or the scan service is not running."));
         return;
     }
     ViewReport viewer(QString::fromStdString(text), QString::fromStdString(date),

@@ -23,27 +23,29 @@ ScanFigures::ScanFigures(QWidget *parent)
 {
     current_->setObjectName(QStringLiteral("lblScanCurrent"));
     bar_->setObjectName(QStringLiteral("prgScan"));
-    bar_->setAccessibleName(inWords("Share of the scan that is done"));
+    bar_->setAccessibleName(Programs::tr("Share of the scan that is done"));
     bar_->setRange(0, 0);
     bar_->setTextVisible(false); // nobody could read it on the bar's stripes
     share_->setObjectName(QStringLiteral("lblScanValue"));
     share_->setAlignment(Qt::AlignRight | Qt::AlignVCenter);
+    share_->ensurePolished();
+    share_->setMinimumWidth(share_->fontMetrics().horizontalAdvance(QStringLiteral("100%")) + 5);
 
     auto *progress = new QHBoxLayout;
     progress->setSpacing(5);
-    progress->addWidget(bar_);
-    progress->addWidget(share_, 1);
+    progress->addWidget(bar_, 1);
+    progress->addWidget(share_);
 
     auto *grid = new QGridLayout;
     grid->setContentsMargins(0, 0, 0, 0);
     grid->setHorizontalSpacing(10);
     grid->setVerticalSpacing(6);
-    files_ = addFigure(grid, 0, 0, inWords("Files scanned"));
-    data_ = addFigure(grid, 1, 0, inWords("Data done"));
-    elapsed_ = addFigure(grid, 0, 2, inWords("Elapsed"));
-    remaining_ = addFigure(grid, 1, 2, inWords("Remaining"));
-    threats_ = addFigure(grid, 0, 4, inWords("Threats"));
-    notScanned_ = addFigure(grid, 1, 4, inWords("Not scanned"));
+    files_ = addFigure(grid, 0, 0, Programs::tr("Files scanned"));
+    data_ = addFigure(grid, 1, 0, Programs::tr("Data done"));
+    elapsed_ = addFigure(grid, 0, 2, Programs::tr("Elapsed"));
+    remaining_ = addFigure(grid, 1, 2, Programs::tr("Remaining"));
+    threats_ = addFigure(grid, 0, 4, Programs::tr("Threats"));
+    notScanned_ = addFigure(grid, 1, 4, Programs::tr("Not scanned"));
     for (const int values : {1, 3, 5})
         grid->setColumnStretch(values, 1);
 

@@ -1,4 +1,5 @@
 // FullScan, QuickScan and CustomScan: one scan in a window, or in the terminal without a display.
+#include "language/language.h"
 #include "programs/display.h"
 #include "programs/scanrequest.h"
 #include "programs/scanwords.h"
@@ -12,6 +13,8 @@
 namespace
 {
 
+using namespace talo::programs;
+
 QList<QByteArray> arguments(int argc, char **argv)
 {
     QList<QByteArray> list;
@@ -20,28 +23,40 @@ QList<QByteArray> arguments(int argc, char **argv)
     return list;
 }
 
+int showHelp(int &argc, char **argv)
+{
+    const QCoreApplication application(argc, argv);
+    talo::useUserLanguage();
+    std::fputs(scanUsage().toUtf8().constData(), stdout);
+    return 0;
+}
+
+// Looks at the arguments once more, now that there is a language to explain them in.
+int showProblem(int &argc, char **argv, const QList<QByteArray> &given)
+{
+    const QCoreApplication application(argc, argv);
+    talo::useUserLanguage();
+    const QString problem = parseScanArguments(given).problem;
+    std::fputs((problem + QLatin1Char('\n') + scanUsage()).toUtf8().constData(), stderr);
+    return ScanFailed;
+}
+
 } // namespace
 
 int main(int argc, char **argv)
 {
-    using namespace talo::programs;
     ignoreBrokenPipes();
 
     const QList<QByteArray> given = arguments(argc, argv);
-    if (given.size() == 2 && given.at(1) == "--help") {
-        std::fputs(scanUsage().toUtf8().constData(), stdout);
-        return 0;
-    }
-    const ParsedRequest parsed = parseScanArguments(given);
-    if (!parsed.request) {
-        std::fputs((parsed.problem + QLatin1Char('\n') + scanUsage()).toUtf8().constData(), stderr);
-        return ScanFailed;
-    }
-
+    const bool help = given.size() == 2 && given.at(1) == "--help";
+    const ParsedRequest parsed = help ? ParsedRequest() : parseScanArguments(given);
     int one = 1; // the rest is ours, not options of Qt's
+    if (!parsed.request)
+        return help ? showHelp(one, argv) : showProblem(one, argv, given);
     if (findDisplay())
         return runScanWindow(one, argv, *parsed.request);
     QCoreApplication application(one, argv);
+    talo::useUserLanguage();
     useUtf8();
     return runTerminalScans({*parsed.request});
 }

@@ -1,5 +1,7 @@
 #include "programs/scanrequest.h"
 
+#include "programs/words.h"
+
 #include <cstdlib>
 #include <memory>
 #include <unistd.h>
@@ -43,27 +45,27 @@ ParsedRequest problem(const QString &words)
 ParsedRequest parseScanArguments(const QList<QByteArray> &arguments)
 {
     if (arguments.size() > 3)
-        return problem(QStringLiteral("Too many arguments."));
+        return problem(Programs::tr("Too many arguments."));
     const QByteArray code = arguments.value(2);
     const bool hasCode = arguments.size() > 2;
     const auto kind = hasCode ? kindOfCode(code) : kindOfProgram(arguments.value(0));
     if (!kind && hasCode)
-        return problem(QStringLiteral("The kind of scan is 1, 2 or 3."));
+        return problem(Programs::tr("The kind of scan is 1, 2 or 3."));
     if (!kind)
-        return problem(QStringLiteral("The kind of scan is missing."));
+        return problem(Programs::tr("The kind of scan is missing."));
 
     const QByteArray path = arguments.value(1);
     if (*kind != interface::CustomScan) {
         if (arguments.size() > 1 && path != "/")
-            return problem(QStringLiteral("A full or quick scan chooses its places by itself: its "
-                                          "path is \"/\". Use CustomScan to scan one place."));
+            return problem(Programs::tr("A full or quick scan chooses its places by itself: its "
+                                        "path is \"/\". Use CustomScan to scan one place."));
         return {ScanRequest{*kind, "/"}, QString()};
     }
     if (path.isEmpty())
-        return problem(QStringLiteral("The path to scan is missing."));
+        return problem(Programs::tr("The path to scan is missing."));
     const auto absolute = absolutePath(path);
     if (!absolute)
-        return problem(QStringLiteral("The working directory is gone; name an absolute path."));
+        return problem(Programs::tr("The working directory is gone; name an absolute path."));
     return {ScanRequest{*kind, *absolute}, QString()};
 }
 
@@ -83,14 +85,14 @@ std::optional<QByteArray> absolutePath(const QByteArray &path)
 
 QString scanUsage()
 {
-    return QStringLiteral("Usage: FullScan [/ [1]]\n"
-                          "       QuickScan [/ [3]]\n"
-                          "       CustomScan PATH [2]\n"
-                          "\n"
-                          "Scans for malware, in a window if there is a display, otherwise in the "
-                          "terminal.\n"
-                          "Exit status: 0 no threats, 1 threats found, 2 the scan failed or was "
-                          "stopped.\n");
+    return Programs::tr("Usage: FullScan [/ [1]]\n"
+                        "       QuickScan [/ [3]]\n"
+                        "       CustomScan PATH [2]\n"
+                        "\n"
+                        "Scans for malware, in a window if there is a display, otherwise in the "
+                        "terminal.\n"
+                        "Exit status: 0 no threats, 1 threats found, 2 the scan failed or was "
+                        "stopped.\n");
 }
 
 } // namespace talo::programs

@@ -5,6 +5,7 @@
 #include "programs/signatures.h"
 #include "programs/statusquery.h"
 #include "programs/threatmodel.h"
+#include "programs/threattable.h"
 #include "programs/words.h"
 
 #include <QAbstractButton>
@@ -13,7 +14,6 @@
 #include <QMessageBox>
 #include <QPushButton>
 #include <QStyle>
-#include <QTableView>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -27,9 +27,9 @@ QString placeWords(const ScanRequest &request)
 {
     switch (request.kind) {
     case interface::FullScan:
-        return inWords("all files and folders");
+        return Programs::tr("all files and folders");
     case interface::QuickScan:
-        return inWords("the places where threats live and start");
+        return Programs::tr("the places where threats live and start");
     case interface::CustomScan:
         break;
     }
@@ -55,7 +55,9 @@ ScanWindow::ScanWindow(const ScanRequest &request, client::ScanJob &job, QWidget
     layout->addWidget(createTop());
     layout->addWidget(createMiddle(), 1);
     layout->addWidget(createBottom());
-    setFixedSize(600, 520);
+    // At first as wide as most threats need to be told in full.
+    setMinimumSize(600, 520);
+    resize(840, 560);
 
     connectJob();
     showProgress(interface::ScanProgress());
@@ -86,18 +88,18 @@ void ScanWindow::showState(const interface::ScanProgress &progress)
 {
     const bool paused = progress.state == interface::Paused;
     const bool stopping = progress.state == interface::Stopping;
-    pause_->setText(paused ? inWords("RESUME") : inWords("PAUSE"));
+    pause_->setText(paused ? Programs::tr("RESUME") : Programs::tr("PAUSE"));
     pause_->setEnabled(progress.state == interface::Scanning || paused);
     stop_->setEnabled(!stopping);
     const QString place = placeWords(request_);
     if (stopping)
-        sub_->setFullText(inWords("Stopping..."));
+        sub_->setFullText(Programs::tr("Stopping..."));
     else if (paused)
-        sub_->setFullText(inWords("Paused: ") + place);
+        sub_->setFullText(Programs::tr("Paused: %1").arg(place));
     else if (progress.state == interface::Preparing)
-        sub_->setFullText(inWords("Loading the signatures..."));
+        sub_->setFullText(Programs::tr("Loading the signatures..."));
     else
-        sub_->setFullText(inWords("Scanning ") + place);
+        sub_->setFullText(Programs::tr("Scanning %1").arg(place));
 }
 
 void ScanWindow::addThreats(const QList<talo::interface::ThreatFound> &threats)
@@ -115,9 +117,9 @@ void ScanWindow::showEnd(const talo::interface::ScanProgress &progress)
     const bool told = progress.state == interface::Finished && !nothingCouldBeScanned(progress);
     showSummary(told ? whole : Outcome::Unfinished, verdictSentence(progress),
                 notScannedSentence(progress));
-    sub_->setFullText(progress.state == interface::Finished  ? inWords("The scan is done.")
-                      : progress.state == interface::Stopped ? inWords("The scan was stopped.")
-                                                             : inWords("The scan failed."));
+    sub_->setFullText(progress.state == interface::Finished  ? Programs::tr("The scan is done.")
+                      : progress.state == interface::Stopped ? Programs::tr("The scan was stopped.")
+                                                             : Programs::tr("The scan failed."));
     view_->setVisible(!reportKey_.isEmpty());
     status_->ask();
     finish();
@@ -127,8 +129,8 @@ void ScanWindow::showFailure(const QString &problem)
 {
     const bool begun = state_ != interface::Preparing;
     state_ = interface::Failed;
-    sub_->setFullText(begun ? inWords("The scan was lost.")
-                            : inWords("The scan could not be started."));
+    sub_->setFullText(begun ? Programs::tr("The scan was lost.")
+                            : Programs::tr("The scan could not be started."));
     // Numbers of a scan whose end nobody knows would look like a result.
     figures_->hide();
     signatures_->setVisible(begun);
@@ -174,7 +176,7 @@ void ScanWindow::finish()
 void ScanWindow::showSignatures(const QVariantMap &status)
 {
     const SignatureWords words = describeSignatures(status, QDateTime::currentDateTimeUtc());
-    QString text = inWords("Signatures: ") + words.inUse + QLatin1Char('.');
+    QString text = Programs::tr("Signatures: %1.").arg(words.inUse);
     if (!words.advice.isEmpty())
         text += QLatin1Char('\n') + words.advice;
     signatures_->setText(text);
@@ -194,7 +196,7 @@ void ScanWindow::stop()
 {
     stop_->setEnabled(false);
     pause_->setEnabled(false);
-    sub_->setFullText(inWords("Stopping..."));
+    sub_->setFullText(Programs::tr("Stopping..."));
     job_.stop();
 }
 
@@ -223,12 +225,13 @@ void ScanWindow::closeEvent(QCloseEvent *event)
 void ScanWindow::askBeforeClosing()
 {
     question_ = new QMessageBox(QMessageBox::Question, QStringLiteral("TALO Antivirus"),
-                                inWords("The scan goes on in the background. Its report "
-                                        "will be in the list."),
+                                Programs::tr("The scan goes on in the background. Its report "
+                                             "will be in the list."),
                                 QMessageBox::NoButton, this);
-    auto *goOn = question_->addButton(inWords("LET IT GO ON"), QMessageBox::AcceptRole);
-    auto *stopIt = question_->addButton(inWords("STOP THE SCAN"), QMessageBox::DestructiveRole);
-    auto *keep = question_->addButton(inWords("KEEP THE WINDOW"), QMessageBox::RejectRole);
+    auto *goOn = question_->addButton(Programs::tr("LET IT GO ON"), QMessageBox::AcceptRole);
+    auto *stopIt =
+        question_->addButton(Programs::tr("STOP THE SCAN"), QMessageBox::DestructiveRole);
+    auto *keep = question_->addButton(Programs::tr("KEEP THE WINDOW"), QMessageBox::RejectRole);
     goOn->setObjectName(QStringLiteral("btnLetScanGoOn"));
     stopIt->setObjectName(QStringLiteral("btnStopScanAndClose"));
     keep->setObjectName(QStringLiteral("btnKeepScanWindow"));

@@ -12,7 +12,6 @@
 class QAbstractButton;
 class QLabel;
 class QMessageBox;
-class QTableView;
 class QToolButton;
 
 namespace talo::programs
@@ -22,6 +21,7 @@ class ElidedLabel;
 class ScanFigures;
 class StatusQuery;
 class ThreatModel;
+class ThreatTable;
 
 class ScanWindow : public QWidget
 {
@@ -75,7 +75,7 @@ private:
 
     ElidedLabel *sub_ = nullptr;
     ScanFigures *figures_ = nullptr;
-    QTableView *threats_ = nullptr;
+    ThreatTable *threats_ = nullptr;
     QLabel *summary_ = nullptr;
     QLabel *note_ = nullptr;
     QLabel *signatures_ = nullptr;

@@ -3,13 +3,11 @@
 
 #include "programs/elidedlabel.h"
 #include "programs/scanfigures.h"
-#include "programs/threatmodel.h"
+#include "programs/threattable.h"
 #include "programs/words.h"
 
 #include <QHBoxLayout>
-#include <QHeaderView>
 #include <QIcon>
-#include <QTableView>
 #include <QToolButton>
 #include <QVBoxLayout>
 
@@ -32,11 +30,11 @@ QIcon kindIcon(interface::ScanKind kind)
     return QIcon(QStringLiteral(":/res/icon/customscan.png"));
 }
 
-QToolButton *createButton(QWidget *parent, const char *name, const char *text)
+QToolButton *createButton(QWidget *parent, const char *name, const QString &text)
 {
     auto *button = new QToolButton(parent);
     button->setObjectName(QLatin1String(name));
-    button->setText(inWords(text));
+    button->setText(text);
     button->setCursor(Qt::PointingHandCursor);
     button->setFocusPolicy(Qt::StrongFocus);
     return button;
@@ -52,37 +50,13 @@ QLabel *createText(QWidget *parent, const char *name)
     return label;
 }
 
-QTableView *createThreatTable(QWidget *parent, ThreatModel *model)
-{
-    auto *table = new QTableView(parent);
-    table->setObjectName(QStringLiteral("tblScanThreats"));
-    table->setAccessibleName(inWords("Threats found"));
-    table->setModel(model);
-    table->setEditTriggers(QAbstractItemView::NoEditTriggers);
-    table->setSelectionBehavior(QAbstractItemView::SelectRows);
-    table->setSelectionMode(QAbstractItemView::SingleSelection);
-    table->setTextElideMode(Qt::ElideMiddle);
-    table->setWordWrap(false);
-    table->setShowGrid(false);
-    table->setTabKeyNavigation(false); // Tab leads on to the buttons
-    table->verticalHeader()->hide();
-    table->verticalHeader()->setDefaultSectionSize(24);
-    QHeaderView *header = table->horizontalHeader();
-    header->setHighlightSections(false);
-    header->setDefaultAlignment(Qt::AlignLeft | Qt::AlignVCenter);
-    header->setSectionResizeMode(ThreatModel::File, QHeaderView::Stretch);
-    header->resizeSection(ThreatModel::Threat, 160);
-    header->resizeSection(ThreatModel::ActionTaken, 195);
-    return table;
-}
-
 } // namespace
 
 QWidget *ScanWindow::createTop()
 {
     auto *band = new QWidget(this);
     band->setObjectName(QStringLiteral("scanwindowtop"));
-    band->setFixedSize(600, 80);
+    band->setFixedHeight(80);
 
     auto *icon = new QToolButton(band);
     icon->setObjectName(QStringLiteral("iconScanWindow"));
@@ -119,7 +93,7 @@ QWidget *ScanWindow::createMiddle()
     band->setObjectName(QStringLiteral("scanwindowmiddle"));
 
     figures_ = new ScanFigures(band);
-    threats_ = createThreatTable(band, model_);
+    threats_ = new ThreatTable(model_, band);
     summary_ = createText(band, "lblScanStatus");
     note_ = createText(band, "lblScanCaption");
     signatures_ = createText(band, "lblScanCaption");
@@ -142,12 +116,12 @@ QWidget *ScanWindow::createBottom()
 {
     auto *band = new QWidget(this);
     band->setObjectName(QStringLiteral("scanwindowbottom"));
-    band->setFixedSize(600, 60);
+    band->setFixedHeight(60);
 
-    pause_ = createButton(band, "btnPauseScan", "PAUSE");
-    stop_ = createButton(band, "btnStopScan", "STOP");
-    view_ = createButton(band, "btnViewScanReport", "VIEW REPORT");
-    close_ = createButton(band, "btnCloseScan", "CLOSE");
+    pause_ = createButton(band, "btnPauseScan", Programs::tr("PAUSE"));
+    stop_ = createButton(band, "btnStopScan", Programs::tr("STOP"));
+    view_ = createButton(band, "btnViewScanReport", Programs::tr("VIEW REPORT"));
+    close_ = createButton(band, "btnCloseScan", Programs::tr("CLOSE"));
     view_->setMinimumWidth(130);
     view_->hide();
     close_->hide();

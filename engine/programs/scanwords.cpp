@@ -13,8 +13,17 @@ namespace
 QString threatsSentence(const interface::ScanProgress &progress)
 {
     if (progress.threats == 0)
-        return inWords("No threats found");
-    return formatCount(progress.threats, "threat", "threats") + inWords(" found");
+        return Programs::tr("No threats found.");
+    return formatCount(progress.threats, "%1 threat found.",
+                       QT_TRANSLATE_N_NOOP("Programs", "%1 threats found."));
+}
+
+QString threatsUntilThen(const interface::ScanProgress &progress)
+{
+    if (progress.threats == 0)
+        return Programs::tr("No threats found until then.");
+    return formatCount(progress.threats, "%1 threat found until then.",
+                       QT_TRANSLATE_N_NOOP("Programs", "%1 threats found until then."));
 }
 
 } // namespace
@@ -23,13 +32,13 @@ QString kindTitle(interface::ScanKind kind)
 {
     switch (kind) {
     case interface::FullScan:
-        return inWords("Full Scan");
+        return Programs::tr("Full Scan");
     case interface::QuickScan:
-        return inWords("Quick Scan");
+        return Programs::tr("Quick Scan");
     case interface::CustomScan:
         break;
     }
-    return inWords("Custom Scan");
+    return Programs::tr("Custom Scan");
 }
 
 quint64 filesScanned(const interface::ScanProgress &progress)
@@ -65,17 +74,17 @@ int percentDone(const interface::ScanProgress &progress)
 QString verdictSentence(const interface::ScanProgress &progress)
 {
     if (nothingCouldBeScanned(progress))
-        return inWords("Nothing could be scanned.");
-    const QString found = threatsSentence(progress);
+        return Programs::tr("Nothing could be scanned.");
     if (progress.state == interface::Finished)
-        return found + QLatin1Char('.');
-    const QString sofar = found + inWords(" until then.");
+        return threatsSentence(progress);
     if (progress.state == interface::Stopped)
-        return inWords("The scan was stopped. ") + sofar;
-    const QString reason = printable(progress.failure);
-    const QString failed = reason.isEmpty() ? inWords("The scan failed. ")
-                                            : inWords("The scan failed: %1. ").arg(reason);
-    return QString(failed).replace(QLatin1String(".. "), QLatin1String(". ")) + sofar;
+        return Programs::tr("The scan was stopped. %1").arg(threatsUntilThen(progress));
+    QString reason = printable(progress.failure);
+    if (reason.isEmpty())
+        return Programs::tr("The scan failed. %1").arg(threatsUntilThen(progress));
+    if (reason.endsWith(QLatin1Char('.')))
+        reason.chop(1);
+    return Programs::tr("The scan failed: %1. %2").arg(reason, threatsUntilThen(progress));
 }
 
 QString notScannedSentence(const interface::ScanProgress &progress)
@@ -83,9 +92,10 @@ QString notScannedSentence(const interface::ScanProgress &progress)
     const quint64 count = filesNotScanned(progress);
     if (count == 0)
         return QString();
-    return inWords("%1 not scanned: %2 skipped, %3 with errors.")
-        .arg(formatCount(count, "file was", "files were"), formatCount(progress.skipped),
-             formatCount(progress.errors));
+    return formatCount(count, "%1 file was not scanned: %2 skipped, %3 with errors.",
+                       QT_TRANSLATE_N_NOOP(
+                           "Programs", "%1 files were not scanned: %2 skipped, %3 with errors."))
+        .arg(formatCount(progress.skipped), formatCount(progress.errors));
 }
 
 ExitCode exitCode(const interface::ScanProgress &progress)

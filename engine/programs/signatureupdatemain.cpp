@@ -1,6 +1,7 @@
 // TaloAntivirus_Signature_Update: one update of the signatures in the panel's own window, or in the
 // terminal without a display.
 #include "engine/processchecks.h"
+#include "language/language.h"
 #include "pages/signatureupdate.h"
 #include "programs/console.h"
 #include "programs/display.h"
@@ -23,10 +24,11 @@ using namespace talo::programs;
 
 constexpr int kDone = 0;
 constexpr int kNotDone = 2;
-constexpr char kUsage[] = "Usage: TaloAntivirus_Signature_Update\n"
-                          "\n"
-                          "Updates the virus signatures, in a window where there is a display.\n"
-                          "Exit status: 0 they are the latest now, 2 they may not be.\n";
+constexpr char kUsage[] = QT_TRANSLATE_NOOP(
+    "Programs", "Usage: TaloAntivirus_Signature_Update\n"
+                "\n"
+                "Updates the virus signatures, in a window where there is a display.\n"
+                "Exit status: 0 they are the latest now, 2 they may not be.\n");
 
 // The outcome, for the exit code alone: the window says it in words.
 class Verdict : public QObject
@@ -64,6 +66,7 @@ int runWindow(int &argc, char **argv)
 int runTerminal(int &argc, char **argv)
 {
     const QCoreApplication application(argc, argv);
+    talo::useUserLanguage();
     useUtf8();
     Console console;
     // Left to the end of the process, like its worker, which may be waiting for the service still.
@@ -82,11 +85,12 @@ int main(int argc, char **argv)
     ignoreBrokenPipes();
     if (argc > 1) {
         const bool help = argc == 2 && std::strcmp(argv[1], "--help") == 0;
-        std::fputs(kUsage, help ? stdout : stderr);
+        sayBeforeStart(argv, help ? stdout : stderr, kUsage);
         return help ? kDone : kNotDone;
     }
     if (IsTaloAVRunning("TaloAntivirus_S") == 0) {
-        std::fputs("Signature Update is already running.\n", stderr);
+        sayBeforeStart(argv, stderr,
+                       QT_TRANSLATE_NOOP("Programs", "Signature Update is already running.\n"));
         return kNotDone;
     }
     const int code = findDisplay() ? runWindow(argc, argv) : runTerminal(argc, argv);

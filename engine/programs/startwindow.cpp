@@ -1,5 +1,7 @@
 #include "programs/startwindow.h"
 
+#include "language/language.h"
+
 #include <QApplication>
 #include <QFile>
 #include <QFont>
@@ -38,6 +40,7 @@ void leaveStarter()
 
 void dress(QApplication &application)
 {
+    useUserLanguage();
     QCoreApplication::setApplicationName(QStringLiteral("TALO Antivirus"));
     QGuiApplication::setApplicationDisplayName(QStringLiteral("TALO Antivirus"));
     QApplication::setWindowIcon(QIcon(QStringLiteral(":/res/icon/talo.png")));

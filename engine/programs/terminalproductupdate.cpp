@@ -5,6 +5,7 @@
 #include "programs/printable.h"
 #include "programs/productupdatewords.h"
 #include "programs/stopsignals.h"
+#include "programs/words.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -21,10 +22,9 @@ QString progressText(const client::ProgramUpdate &update)
 {
     if (update.state != interface::ProgramDownloading)
         return updateStep(update);
-    return QStringLiteral("%1 %2 %, %3 of %4, %5/s")
-        .arg(updateStep(update))
-        .arg(percentDownloaded(update))
-        .arg(formatBytes(update.received), formatBytes(update.total), formatBytes(update.speed));
+    return Programs::tr("%1 %2 %, %3 of %4, %5/s")
+        .arg(updateStep(update), QString::number(percentDownloaded(update)),
+             formatBytes(update.received), formatBytes(update.total), formatBytes(update.speed));
 }
 
 } // namespace
@@ -46,7 +46,7 @@ void TerminalProductUpdate::start()
 void TerminalProductUpdate::stop()
 {
     if (stopping_) {
-        fail(QStringLiteral("Not waiting for the update to stop."));
+        fail(Programs::tr("Not waiting for the update to stop."));
         return;
     }
     stopping_ = true;

@@ -1,8 +1,10 @@
 #include "programs/terminalrun.h"
 
+#include "language/language.h"
 #include "programs/console.h"
 #include "programs/stopsignals.h"
 #include "programs/terminalscan.h"
+#include "programs/words.h"
 
 #include <QCoreApplication>
 #include <QTimer>
@@ -22,6 +24,14 @@ int runTerminalScans(const QList<ScanRequest> &requests)
     QObject::connect(&scan, &TerminalScan::done, &QCoreApplication::exit);
     QTimer::singleShot(0, &scan, &TerminalScan::start);
     return QCoreApplication::exec();
+}
+
+void sayBeforeStart(char **argv, std::FILE *file, const char *text)
+{
+    int one = 1;
+    const QCoreApplication application(one, argv);
+    useUserLanguage();
+    std::fputs(Programs::tr(text).toUtf8().constData(), file);
 }
 
 void ignoreBrokenPipes()

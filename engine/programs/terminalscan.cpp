@@ -5,6 +5,8 @@
 #include "programs/printable.h"
 #include "programs/progressline.h"
 #include "programs/signatures.h"
+#include "programs/textrows.h"
+#include "programs/words.h"
 
 namespace talo::programs
 {
@@ -12,28 +14,26 @@ namespace talo::programs
 namespace
 {
 
-QString row(const char *caption, const QString &value)
-{
-    return QStringLiteral("  %1 %2").arg(QLatin1String(caption), -13).arg(value);
-}
+constexpr int kCaptionColumns = 13;
 
 QString title(const ScanRequest &request)
 {
     if (request.kind != interface::CustomScan)
         return kindTitle(request.kind);
-    return QStringLiteral("%1 of %2")
+    return Programs::tr("%1 of %2")
         .arg(kindTitle(request.kind), printable(QString::fromUtf8(request.path)));
 }
 
-QString endWords(uint state)
+// With the scan's title and how long it took.
+QString endSentence(uint state)
 {
     switch (state) {
     case interface::Finished:
-        return QStringLiteral("finished");
+        return Programs::tr("%1 finished after %2.");
     case interface::Stopped:
-        return QStringLiteral("stopped");
+        return Programs::tr("%1 stopped after %2.");
     default:
-        return QStringLiteral("failed");
+        return Programs::tr("%1 failed after %2.");
     }
 }
 
@@ -73,7 +73,7 @@ void TerminalScan::startNext()
 void TerminalScan::stop()
 {
     if (stopping_) {
-        console_.problem(QStringLiteral("Not waiting for the scan to stop."));
+        console_.problem(Programs::tr("Not waiting for the scan to stop."));
         emit done(ScanFailed);
         return;
     }
@@ -105,16 +105,17 @@ void TerminalScan::noteEnd(const talo::interface::ScanProgress &progress)
 void TerminalScan::showSummary(const QVariantMap &status)
 {
     const SignatureWords words = describeSignatures(status, QDateTime::currentDateTimeUtc());
-    console_.line(QStringLiteral("%1 %2 after %3.")
-                      .arg(title(current_), endWords(end_.state), formatDuration(end_.elapsedMs)));
-    console_.line(row("Scanned:", formatCount(filesScanned(end_), "file", "files")));
-    console_.line(row("Data done:", formatBytes(end_.bytesDone)));
-    console_.line(row("Threats:", formatCount(end_.threats)));
-    console_.line(row("Not scanned:", formatCount(filesNotScanned(end_), "file", "files")));
-    console_.line(row("Signatures:", words.inUse));
+    console_.line(endSentence(end_.state).arg(title(current_), formatDuration(end_.elapsedMs)));
+    TextRows rows{{Programs::tr("Scanned:"), formatFiles(filesScanned(end_))},
+                  {Programs::tr("Data done:"), formatBytes(end_.bytesDone)},
+                  {Programs::tr("Threats:"), formatCount(end_.threats)},
+                  {Programs::tr("Not scanned:"), formatFiles(filesNotScanned(end_))},
+                  {Programs::tr("Signatures:"), words.inUse}};
     if (!end_.report.isEmpty())
-        console_.line(
-            row("Report:", QStringLiteral("talo report show \"%1\"").arg(printable(end_.report))));
+        rows << TextRow{Programs::tr("Report:"),
+                        QStringLiteral("talo report show \"%1\"").arg(printable(end_.report))};
+    for (const QString &line : aligned(rows, kCaptionColumns))
+        console_.line(QLatin1String("  ") + line);
     if (!words.advice.isEmpty())
         console_.line(words.advice);
     const QString notScanned = notScannedSentence(end_);

@@ -3,6 +3,7 @@
 #include "engine/updates.h"
 #include "pages/sigupdatethread.h"
 #include "programs/console.h"
+#include "programs/words.h"
 
 #include <array>
 
@@ -30,11 +31,11 @@ struct Outcome {
 };
 
 constexpr std::array<Outcome, 5> kOutcomes{{
-    {2, "Virus signature updated successfully !", kDone},
-    {3, "Virus signature update stopped.", kNotDone},
-    {4, "Virus signature update stopped.", kNotDone},
-    {7, "You already have latest virus signature.", kDone},
-    {8, "Update server is unreachable, Try again !", kNotDone},
+    {2, QT_TRANSLATE_NOOP("Programs", "Virus signature updated successfully !"), kDone},
+    {3, QT_TRANSLATE_NOOP("Programs", "Virus signature update stopped."), kNotDone},
+    {4, QT_TRANSLATE_NOOP("Programs", "Virus signature update stopped."), kNotDone},
+    {7, QT_TRANSLATE_NOOP("Programs", "You already have latest virus signature."), kDone},
+    {8, QT_TRANSLATE_NOOP("Programs", "Update server is unreachable, Try again !"), kNotDone},
 }};
 
 } // namespace
@@ -62,14 +63,14 @@ void TerminalSignatureUpdate::start()
 {
     receiver = this;
     register_callback(report);
-    console_.progress(QStringLiteral("Checking for the latest update..."));
+    console_.progress(Programs::tr("Checking for the latest update..."));
     worker_->start();
 }
 
 void TerminalSignatureUpdate::stop()
 {
     if (stopping_ || !running_) {
-        end(QStringLiteral("Not waiting for the update to stop."), kNotDone);
+        end(Programs::tr("Not waiting for the update to stop."), kNotDone);
         return;
     }
     stopping_ = true;
@@ -87,12 +88,12 @@ void TerminalSignatureUpdate::show(long long total, long long remaining, float p
 {
     for (const Outcome &outcome : kOutcomes) {
         if (outcome.status == status) {
-            end(QString::fromLatin1(outcome.text), outcome.code);
+            end(Programs::tr(outcome.text), outcome.code);
             return;
         }
     }
     if (!over_)
-        console_.progress(QStringLiteral("Updating signatures: %1 %, %2 of %3 KB, %4 KB/s")
+        console_.progress(Programs::tr("Updating signatures: %1 %, %2 of %3 KB, %4 KB/s")
                               .arg(static_cast<double>(percentage), 0, 'f', 1)
                               .arg(total - remaining)
                               .arg(total)
@@ -102,12 +103,12 @@ void TerminalSignatureUpdate::show(long long total, long long remaining, float p
 
 void TerminalSignatureUpdate::fail(int)
 {
-    end(QStringLiteral("Virus signature update stopped, Try again !"), kNotDone);
+    end(Programs::tr("Virus signature update stopped, Try again !"), kNotDone);
 }
 
 void TerminalSignatureUpdate::failOffline()
 {
-    end(QStringLiteral("You do not have any working Internet Connection !"), kNotDone);
+    end(Programs::tr("You do not have any working Internet Connection !"), kNotDone);
 }
 
 // An outcome has been told by now, unless the engine told none.

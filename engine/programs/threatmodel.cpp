@@ -58,11 +58,11 @@ QVariant ThreatModel::headerData(int section, Qt::Orientation orientation, int r
         return {};
     switch (section) {
     case File:
-        return inWords("File");
+        return Programs::tr("File");
     case Threat:
-        return inWords("Threat");
+        return Programs::tr("Threat");
     default:
-        return inWords("Action taken");
+        return Programs::tr("Action taken");
     }
 }
 

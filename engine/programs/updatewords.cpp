@@ -19,15 +19,15 @@ QString phase(uint status)
 {
     switch (status) {
     case interface::UpdatePreparing:
-        return inWords("Preparing");
+        return Programs::tr("Preparing");
     case interface::UpdateDownloading:
-        return inWords("Downloading");
+        return Programs::tr("Downloading");
     case interface::UpdateChecking:
-        return inWords("Checking the new signatures");
+        return Programs::tr("Checking the new signatures");
     default:
         break;
     }
-    return inWords("Installing");
+    return Programs::tr("Installing");
 }
 
 QString bytes(qlonglong kilobytes)
@@ -42,10 +42,10 @@ QString updateLine(const interface::UpdateProgress &progress)
     QStringList parts{phase(progress.status),
                       QStringLiteral("%1%").arg(static_cast<int>(progress.percentage), 3)};
     if (progress.status == interface::UpdateDownloading && progress.total > 0) {
-        parts << bytes(progress.total - progress.remaining) + inWords(" of ") +
-                     bytes(progress.total);
+        parts << Programs::tr("%1 of %2")
+                     .arg(bytes(progress.total - progress.remaining), bytes(progress.total));
         if (progress.speed > 0)
-            parts << bytes(progress.speed) + QLatin1String("/s");
+            parts << Programs::tr("%1/s").arg(bytes(progress.speed));
     }
     return parts.join(QLatin1String("  "));
 }
@@ -54,18 +54,20 @@ QString updateOutcome(const interface::UpdateProgress &progress)
 {
     switch (progress.status) {
     case interface::UpdateDone:
-        return inWords("The signatures were updated.");
+        return Programs::tr("The signatures were updated.");
     case interface::UpdateLatest:
-        return inWords("The signatures are the latest already.");
+        return Programs::tr("The signatures are the latest already.");
     case interface::UpdateStopped:
-        return inWords("The update was stopped. The signatures are as they were.");
+        return Programs::tr("The update was stopped. The signatures are as they were.");
     default:
         break;
     }
-    QString words = inWords("The update failed");
-    if (!progress.detail.isEmpty())
-        words += QLatin1String(": ") + printable(progress.detail);
-    return words.endsWith(QLatin1Char('.')) ? words : words + QLatin1Char('.');
+    QString reason = printable(progress.detail);
+    if (reason.isEmpty())
+        return Programs::tr("The update failed.");
+    if (reason.endsWith(QLatin1Char('.')))
+        reason.chop(1);
+    return Programs::tr("The update failed: %1.").arg(reason);
 }
 
 bool isGoodUpdate(uint status)

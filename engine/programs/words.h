@@ -2,14 +2,15 @@
 #pragma once
 
 #include <QCoreApplication>
-#include <QString>
 
 namespace talo::programs
 {
 
-inline QString inWords(const char *text)
+// For all that is not a QObject with a tr() of its own. By this name the tools that collect texts
+// for translators know it too.
+class Programs
 {
-    return QCoreApplication::translate("Programs", text);
-}
+    Q_DECLARE_TR_FUNCTIONS(Programs)
+};
 
 } // namespace talo::programs

@@ -1,5 +1,6 @@
 #include "app/app.h"
 #include "engine/processchecks.h"
+#include "language/language.h"
 
 #include <QApplication>
 #include <QDebug>
@@ -28,6 +29,7 @@ int main(int argc, char *argv[])
     QApplication application(argc, argv);
     QApplication::addLibraryPath("../lib");
     QApplication::setApplicationDisplayName("TALO Antivirus");
+    talo::useUserLanguage();
     QApplication::setWindowIcon(QIcon(":/res/icon/talo.png"));
 
     // The bundle holds the font as Gotham.ttf, so this path finds nothing: the panel takes an

@@ -313,8 +313,8 @@ void DuplicateFinder::btnDeleteClicked()
         return;
     }
     if (result == AllDeleted) {
-        talo::showInformation(this, QString::number(deleted) +
-                                        tr(" duplicate files are deleted successfully."));
+        talo::showInformation(this,
+                              tr("%1 duplicate files are deleted successfully.").arg(deleted));
     } else {
         talo::showInformation(this, tr("Permission denied for deletion for some files."));
     }

@@ -94,7 +94,7 @@ void Settings::exportSettings()
         return;
     }
     exportPath_ += kSettingsFile;
-    talo::showInformation(this, tr("Settings exported to\n") + exportPath_);
+    talo::showInformation(this, tr("Settings exported to\n%1").arg(exportPath_));
 }
 
 // The page keeps showing the values from before; the next change of tab shows the new ones.
@@ -111,5 +111,5 @@ void Settings::importSettings()
     }
     NotifySettingChange();
     importPath_ += kSettingsFile;
-    talo::showInformation(this, tr("Settings imported from\n") + importPath_);
+    talo::showInformation(this, tr("Settings imported from\n%1").arg(importPath_));
 }

@@ -11,6 +11,7 @@
 #include <QDialog>
 #include <QFileSystemModel>
 #include <QScrollBar>
+#include <QStyle>
 #include <QTableWidget>
 #include <QToolButton>
 #include <QTreeView>
@@ -22,6 +23,7 @@ enum Column { FileColumn, StatusColumn, ColumnCount };
 
 constexpr int kContainerHeight = 220;
 constexpr int kTableHeight = 300;
+constexpr int kFileWidth = 550;
 constexpr int kStatusWidth = 100;
 
 constexpr char kProductFolder[] = "/usr/local/taloantivirus";
@@ -50,8 +52,19 @@ protected:
     void resizeEvent(QResizeEvent *event) override
     {
         QTableWidget::resizeEvent(event);
-        setColumnWidth(StatusColumn,
-                       qMin(kStatusWidth, viewport()->width() - columnWidth(FileColumn)));
+        const int room = viewport()->width();
+        // With large fonts the path gives way, which may lose its middle: a status may not.
+        const int status = qMax(qMin(kStatusWidth, room - kFileWidth), statusWidth());
+        setColumnWidth(FileColumn, qMin(kFileWidth, room - status));
+        setColumnWidth(StatusColumn, status);
+    }
+
+private:
+    int statusWidth() const
+    {
+        const int margin = 2 * (style()->pixelMetric(QStyle::PM_FocusFrameHMargin) + 1) + 1;
+        return qMax(horizontalHeader()->sectionSizeHint(StatusColumn),
+                    fontMetrics().horizontalAdvance(kShredded) + margin);
     }
 };
 
@@ -119,7 +132,7 @@ QWidget *Shredder::createTable()
     table_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOn);
     table_->setTextElideMode(Qt::ElideMiddle); // a file's name is at its path's end
     table_->setWordWrap(false);
-    table_->setColumnWidth(FileColumn, 550);
+    table_->setColumnWidth(FileColumn, kFileWidth);
     table_->setColumnWidth(StatusColumn, kStatusWidth);
     talo::makeListTable(table_, {tr("File"), tr("Status")}, tr("Files to shred"));
 

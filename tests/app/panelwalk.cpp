@@ -1,24 +1,14 @@
 #include "app/panelwalk.h"
 
-#include "app/app.h"
+#include "app/panelwalksteps.h"
 #include "pages/signatureupdate.h"
 #include "support/scriptedengine.h"
-#include "support/widgets.h"
 
-#include <QApplication>
-#include <QComboBox>
 #include <QDialog>
 #include <QDir>
-#include <QPointer>
-#include <QStackedWidget>
 #include <QTableWidget>
-#include <QTimer>
+#include <QTextEdit>
 #include <QToolButton>
-#include <QTreeView>
-#include <QTreeWidget>
-#include <QtTest>
-
-#include <memory>
 
 namespace talo::test
 {
@@ -75,308 +65,105 @@ void fillEngine()
     answer("libDuplicateFinder::DuplicateFinder", std::move(found));
 }
 
-class Walk
+void walkMainPages(PanelWalkSteps &walk)
 {
-public:
-    explicit Walk(Visit visit);
-    QString go();
-
-private:
-    void visitMainPages();
-    void visitScan();
-    void visitSchedules();
-    void visitReports();
-    void visitViewer(QDialog *viewer);
-    void visitUpdate();
-    void visitTools();
-    void visitDataTheft();
-    void visitDuplicates();
-    void visitShredder();
-    void visitSettings();
-    void visitExclusion(QDialog *dialog);
-    void visitPasswords();
-    void visitHelp();
-
-    void stop(const QString &name) { visit_(name, window_.get()); }
-    void go(const char *slot) { QMetaObject::invokeMethod(window_.get(), slot); }
-    QWidget *page() const;
-    QToolButton *named(const char *name) const;
-    // The visible button of this number in an area of the page, since texts are translated.
-    QToolButton *numbered(const char *area, int number) const;
-    static QToolButton *numbered(QWidget *area, int number);
-    void press(QWidget *button);
-    // Opens a dialog or message, which is a stop, and closes it when `act` has used it.
-    void modal(const QString &name, const std::function<void()> &open,
-               const std::function<void(QDialog *)> &act = {});
-    void modal(const QString &name, QWidget *button,
-               const std::function<void(QDialog *)> &act = {});
-
-    Visit visit_;
-    QString fault_;
-    std::unique_ptr<TaloAntivirus_Linux_App> window_;
-};
-
-Walk::Walk(Visit visit) : visit_(std::move(visit))
-{
-    fillEngine();
-    window_ = std::make_unique<TaloAntivirus_Linux_App>(nullptr);
-    window_->show();
-}
-
-QString Walk::go()
-{
-    if (!QTest::qWaitForWindowActive(window_.get()))
-        return "the panel does not become the active window";
-    visitMainPages();
-    visitScan();
-    visitSchedules();
-    visitReports();
-    visitUpdate();
-    visitTools();
-    visitSettings();
-    visitPasswords();
-    visitHelp();
-    return fault_;
-}
-
-QWidget *Walk::page() const
-{
-    const auto *center = window_->findChild<QWidget *>("center");
-    return center->findChild<QStackedWidget *>(QString(), Qt::FindDirectChildrenOnly)
-        ->currentWidget();
-}
-
-QToolButton *Walk::named(const char *name) const
-{
-    for (QToolButton *button : page()->findChildren<QToolButton *>(name))
-        if (button->isVisible())
-            return button;
-    return nullptr;
-}
-
-QToolButton *Walk::numbered(QWidget *area, int number)
-{
-    QList<QToolButton *> visible;
-    for (QToolButton *button : area->findChildren<QToolButton *>())
-        if (button->isVisible() && button->focusPolicy() != Qt::NoFocus)
-            visible << button;
-    return visible.value(number);
-}
-
-QToolButton *Walk::numbered(const char *area, int number) const
-{
-    for (QWidget *candidate : page()->findChildren<QWidget *>(area))
-        if (QToolButton *button = numbered(candidate, number))
-            return button;
-    return nullptr;
-}
-
-void Walk::press(QWidget *button)
-{
-    if (!click(button) && fault_.isEmpty())
-        fault_ = "a button cannot be pressed";
-}
-
-void Walk::modal(const QString &name, const std::function<void()> &open,
-                 const std::function<void(QDialog *)> &act)
-{
-    QWidget *before = QApplication::activeModalWidget();
-    bool met = false;
-    QTimer timer;
-    QObject::connect(&timer, &QTimer::timeout, window_.get(), [&] {
-        const QPointer<QDialog> dialog = qobject_cast<QDialog *>(QApplication::activeModalWidget());
-        if (met || !dialog || dialog == before || !dialog->isVisible())
-            return;
-        met = true;
-        timer.stop();
-        visit_(name, dialog);
-        if (act)
-            act(dialog);
-        if (dialog && dialog->isVisible())
-            dialog->reject();
-    });
-    timer.start(5);
-    open();
-    if (!QTest::qWaitFor([&] { return met; }) && fault_.isEmpty())
-        fault_ = "nothing came for " + name;
-}
-
-void Walk::modal(const QString &name, QWidget *button, const std::function<void(QDialog *)> &act)
-{
-    modal(
-        name, [&] { press(button); }, act);
-}
-
-void Walk::visitMainPages()
-{
-    stop("home");
-    go("btnMobileAppClicked");
-    stop("mobileapp");
-    go("btnWhatsNewClicked");
+    walk.stop("home");
+    walk.go("btnMobileAppClicked");
+    walk.stop("mobileapp");
+    walk.go("btnWhatsNewClicked");
     for (const char *slide : {"whatsnew-1", "whatsnew-1-again", "whatsnew-2", "whatsnew-3"}) {
-        stop(slide);
-        QMetaObject::invokeMethod(page(), "changeImg");
+        walk.stop(slide);
+        QMetaObject::invokeMethod(walk.page(), "changeImg");
     }
-    stop("whatsnew-4");
+    walk.stop("whatsnew-4");
 }
 
-void Walk::visitScan()
+void walkScan(PanelWalkSteps &walk)
 {
-    go("btnScanCliked");
+    walk.go("btnScanCliked");
     for (const char *slide : {"scan-full", "scan-quick", "scan-custom", "scan-schedule"}) {
-        stop(slide);
-        press(named("btnRightNav"));
+        walk.stop(slide);
+        walk.press(walk.named("btnRightNav"));
     }
+    answer("IsProcessRunning", {0});
+    walk.modal("scan-running", walk.named("btnFullScanBottom"));
     answer("IsProcessRunning", {-2});
-    modal("scan-limit", named("btnFullScanBottom"));
-    modal("scan-chooser", named("btnCustomScanBottom"));
+    walk.modal("scan-limit", walk.named("btnFullScanBottom"));
+    walk.modal("scan-chooser", walk.named("btnCustomScanBottom"));
+    walk.modal("", walk.named("btnCustomScanBottom"),
+               [&](QDialog *chooser) { walk.modal("scan-nopath", walk.numbered(chooser, 0)); });
 }
 
-void Walk::visitSchedules()
+void walkSchedules(PanelWalkSteps &walk)
 {
-    go("btnScheduleScanClicked");
-    stop("schedules");
-    modal("schedules-select", numbered("bottomschedulescan", 0));
-    press(numbered("bottomschedulescan", 2));
-    stop("schedule-add");
-    modal("schedule-noname", numbered("bottomschedulescan", 1));
-    go("btnScheduleScanClicked");
-    page()->findChild<QTableWidget *>()->selectRow(1);
-    press(numbered("bottomschedulescan", 1));
-    stop("schedule-edit");
-    modal("schedule-edited", numbered("bottomschedulescan", 1));
+    const auto select = [&](int row) { walk.page()->findChild<QTableWidget *>()->selectRow(row); };
+    const auto button = [&](int number) { return walk.numbered("bottomschedulescan", number); };
+    walk.go("btnScheduleScanClicked");
+    walk.stop("schedules");
+    walk.modal("schedules-select", button(0));
+    walk.modal("schedules-select-edit", button(1));
+    select(0);
+    walk.modal("schedules-removed", button(0));
+    walk.press(button(2));
+    walk.stop("schedule-add");
+    walk.modal("schedule-noname", button(1));
+    walk.page()->findChild<QTextEdit *>()->setPlainText("Monthly1");
+    for (const int refusal : {602, 603, 605, 606}) {
+        answer("libScheduleScan::AddScheduleScan", {refusal});
+        walk.modal(QString("schedule-refused-%1").arg(refusal), button(1));
+    }
+    answer("libScheduleScan::AddScheduleScan", {0});
+    walk.modal("schedule-added", button(1));
+    walk.go("btnScheduleScanClicked");
+    select(1);
+    walk.press(button(1));
+    walk.stop("schedule-edit");
+    walk.modal("schedule-edited", button(1));
 }
 
-void Walk::visitReports()
+void walkReports(PanelWalkSteps &walk)
 {
-    go("btnReportClicked");
-    stop("reports");
-    modal("reports-calendar", named("btnCalIcon"));
-    modal("reports-select", numbered("bottomschedulescan", 0));
-    auto *table = page()->findChild<QTableWidget *>();
-    modal(
-        "report-viewer", [=] { emit table->cellClicked(0, 2); },
-        [this](QDialog *viewer) { visitViewer(viewer); });
+    const auto table = [&] { return walk.page()->findChild<QTableWidget *>(); };
+    const auto view = [&] { emit table()->cellClicked(0, 2); };
+    walk.go("btnReportClicked");
+    walk.stop("reports");
+    walk.modal("reports-calendar", walk.named("btnCalIcon"));
+    walk.modal("reports-select", walk.numbered("bottomschedulescan", 0));
+    walk.modal("report-viewer", view, [&](QDialog *viewer) {
+        walk.modal("report-chooser", walk.numbered(viewer, 0), [&](QDialog *chooser) {
+            walk.modal("report-nofolder", walk.numbered(chooser, 0));
+            walk.choose(chooser, QDir::currentPath());
+            walk.modal("report-saved", walk.numbered(chooser, 0));
+        });
+    });
+    answer("libReports::GetReportData", {201});
+    walk.modal("report-corrupted", view);
+    table()->selectRow(0);
+    walk.modal("report-deleted", walk.numbered("bottomschedulescan", 0));
+    answer("libReports::GetReportList", {205});
+    walk.modal("reports-wrong-range", walk.named("btnApplyRptFilter"));
+    answer("libReports::GetReportList", {204});
+    walk.modal("reports-none", walk.named("btnApplyRptFilter"));
+    walk.stop("reports-empty");
 }
 
-void Walk::visitViewer(QDialog *viewer)
+void walkUpdate(PanelWalkSteps &walk)
 {
-    QToolButton *save = numbered(viewer, 0);
-    modal("report-chooser", save,
-          [this](QDialog *chooser) { modal("report-nofolder", numbered(chooser, 0)); });
-}
-
-void Walk::visitUpdate()
-{
-    go("btnUpdateClicked");
-    stop("update");
+    walk.go("btnUpdateClicked");
+    walk.stop("update");
     answer("IsProductUpdateRunning", {0});
-    modal("update-running", named("btnUpdateWidgets"));
+    const auto buttons = walk.page()->findChildren<QToolButton *>("btnUpdateWidgets");
+    walk.modal("update-running", buttons.first());
+    walk.modal("update-running-program", buttons.last());
 }
 
-void Walk::visitTools()
+void walkHelp(PanelWalkSteps &walk)
 {
-    go("btnAdvancedToolsClicked");
-    stop("tools");
-    visitDataTheft();
-    visitDuplicates();
-    visitShredder();
-}
-
-void Walk::visitDataTheft()
-{
-    go("btnDataTheftClicked");
-    stop("datatheft");
-    modal("datatheft-password", numbered("datatheftbottom", 0));
-    answer("libPassword::IsPasswordExists", {-1});
-    go("btnDataTheftClicked");
-    stop("datatheft-nopassword");
-    modal("datatheft-create", numbered("datatheftbottom", 0));
-    answer("libPassword::IsPasswordExists", {0});
-}
-
-void Walk::visitDuplicates()
-{
-    go("btnDuplicateFinderClicked");
-    stop("duplicates");
-    modal("duplicates-chooser", numbered("DuplicateFinderbottom", 0), [&](QDialog *chooser) {
-        if (!clickPath(chooser->findChild<QTreeView *>(), QDir::currentPath()))
-            fault_ = "the folder cannot be chosen";
-        press(numbered(chooser, 0));
-    });
-    modal("duplicates-found", numbered("DuplicateFinderbottom", 1));
-    page()->findChild<QTreeWidget *>()->expandAll();
-    stop("duplicates-results");
-}
-
-void Walk::visitShredder()
-{
-    go("btnShredderClicked");
-    stop("shredder");
-    modal("shredder-chooser", numbered("DuplicateFinderbottom", 0), [&](QDialog *chooser) {
-        if (!clickPath(chooser->findChild<QTreeView *>(), QCoreApplication::applicationFilePath()))
-            fault_ = "the file cannot be chosen";
-        press(numbered(chooser, 0));
-    });
-    stop("shredder-list");
-    modal("shredder-select", numbered("DuplicateFinderbottom", 2));
-}
-
-void Walk::visitSettings()
-{
-    go("btnSettingsClicked");
-    stop("settings-general");
-    press(named("btnScanActions"));
-    stop("settings-actions");
-    press(named("btnExternalDrive"));
-    stop("settings-drive");
-    press(named("btnExcludeScanList"));
-    stop("settings-exclusions");
-    modal("settings-exclusion", named("btnApplyGeneral"),
-          [this](QDialog *dialog) { visitExclusion(dialog); });
-    press(named("btnWebAndEmailSettings"));
-    stop("settings-web");
-    modal("settings-applied", named("btnApplyFirewall"));
-    press(named("btnUpdateSettings"));
-    stop("settings-update");
-
-    QToolButton *importExport = page()->findChildren<QToolButton *>("btnImportExport").last();
-    modal("settings-importexport", importExport,
-          [this](QDialog *dialog) { modal("settings-chooser", numbered(dialog, 1)); });
-}
-
-void Walk::visitExclusion(QDialog *dialog)
-{
-    modal("settings-exclusion-empty", numbered(dialog, 1));
-    dialog->findChild<QComboBox *>()->setCurrentIndex(1);
-    visit_("settings-exclusion-location", dialog);
-}
-
-void Walk::visitPasswords()
-{
-    QToolButton *manage = page()->findChildren<QToolButton *>("btnImportExport").first();
-    modal("password-manage", manage, [this](QDialog *dialog) {
-        modal("password-change", numbered(dialog, 2));
-        modal("password-reset", numbered(dialog, 1));
-    });
-    answer("libPassword::IsPasswordExists", {-1});
-    modal("password-manage-none", manage,
-          [this](QDialog *dialog) { modal("password-create", numbered(dialog, 1)); });
-    answer("libPassword::IsPasswordExists", {0});
-    answer("libPassword::getPwdProtectionStaus", {1});
-    go("btnHomeClicked");
-    modal(
-        "password-gate", [this] { go("btnSettingsClicked"); },
-        [this](QDialog *dialog) { modal("password-wrong", numbered(dialog, 1)); });
-}
-
-void Walk::visitHelp()
-{
-    go("btnHelpClicked");
-    stop("help-about");
+    walk.go("btnHelpClicked");
+    walk.stop("help-about");
     for (const char *tab : {"btnFaq", "btnLiveChat", "btnEmail"}) {
-        press(named(tab));
-        stop(QString("help-%1").arg(tab).remove("btn").toLower());
+        walk.press(walk.named(tab));
+        walk.stop(QString("help-%1").arg(tab).remove("btn").toLower());
     }
 }
 
@@ -384,7 +171,18 @@ void Walk::visitHelp()
 
 QString walkPanel(const Visit &visit)
 {
-    return Walk(visit).go();
+    fillEngine();
+    PanelWalkSteps walk(visit);
+    walkMainPages(walk);
+    walkScan(walk);
+    walkSchedules(walk);
+    walkReports(walk);
+    walkUpdate(walk);
+    walkTools(walk);
+    walkSettings(walk);
+    walkPasswords(walk);
+    walkHelp(walk);
+    return walk.fault();
 }
 
 void walkSignatureUpdate(const Visit &visit)

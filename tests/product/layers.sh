@@ -9,7 +9,8 @@ cd "$1"
 declare -A allowed=(
     [src/engine]='engine/'
     [src/pages]='pages/ engine/'
-    [src/app]='app/ pages/ engine/'
+    [src/language]='language/'
+    [src/app]='app/ pages/ engine/ language/'
     [engine/interface]='interface/'
     [engine/files]='files/'
     [engine/update]='update/ files/'
@@ -23,7 +24,7 @@ declare -A allowed=(
     [engine/client]='client/ engine/ interface/ files/'
     [engine/guard]='guard/ files/'
     [engine/service]='service/ interface/ files/ guard/ scan/ schedule/ store/ update/'
-    [engine/programs]='programs/ client/ interface/ engine/ pages/viewreport.h pages/screencentre.h
+    [engine/programs]='programs/ client/ interface/ engine/ language/ pages/viewreport.h pages/screencentre.h
         pages/boxes.h pages/signatureupdate.h pages/sigupdatethread.h pages/textbutton.h'
 )
 

@@ -3,6 +3,8 @@
 
 #include "interface/busaddress.h"
 #include "interface/busconnection.h"
+#include "language/language.h"
+#include "programs/words.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>
@@ -44,8 +46,9 @@ int main(int argc, char *argv[])
     QCoreApplication application(argc, argv);
     QCoreApplication::setApplicationName(QStringLiteral("talo-agent"));
     QCoreApplication::setApplicationVersion(QStringLiteral(TALO_VERSION));
+    useUserLanguage();
     QCommandLineParser parser;
-    parser.setApplicationDescription(QStringLiteral(
+    parser.setApplicationDescription(programs::Programs::tr(
         "Shows notifications of what TALO Antivirus finds and does in the background."));
     parser.addHelpOption();
     parser.addVersionOption();

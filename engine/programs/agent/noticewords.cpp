@@ -32,25 +32,30 @@ QString shortened(const QString &text)
     return head + QChar(0x2026) + tail;
 }
 
-QString threatCount(quint64 count)
-{
-    return formatCount(count, "threat", "threats");
-}
-
-QString endWord(uint state)
+QString endSummary(uint state)
 {
     switch (state) {
     case interface::Finished:
-        return inWords("finished");
+        return Programs::tr("%1 finished");
     case interface::Stopped:
-        return inWords("stopped");
+        return Programs::tr("%1 stopped");
     case interface::Failed:
-        return inWords("failed");
+        return Programs::tr("%1 failed");
     case interface::Interrupted:
-        return inWords("interrupted");
+        return Programs::tr("%1 interrupted");
     default:
         return QString();
     }
+}
+
+QString threatsIn(const EndedScan &scan)
+{
+    const QString files = formatFiles(scan.files);
+    if (scan.threats == 0)
+        return Programs::tr("No threats found in %1").arg(files);
+    return formatCount(scan.threats, "%1 threat found in %2",
+                       QT_TRANSLATE_N_NOOP("Programs", "%1 threats found in %2"))
+        .arg(files);
 }
 
 } // namespace
@@ -60,30 +65,31 @@ Notice threatNotice(const QString &scanType, int count, const QList<FoundThreat>
     Notice notice;
     notice.icon = QStringLiteral("security-low");
     notice.urgency = Notice::Urgency::Critical;
-    notice.summary = count == 1 ? inWords("Threat found")
-                                : threatCount(static_cast<quint64>(count)) + inWords(" found");
+    notice.summary = count == 1 ? Programs::tr("Threat found")
+                                : formatCount(static_cast<quint64>(count), "%1 threat found",
+                                              QT_TRANSLATE_N_NOOP("Programs", "%1 threats found"));
     QStringList lines{shortened(scanType)};
     for (const FoundThreat &threat : latest)
-        // Built from parts: a name may look like a placeholder.
-        lines << shortened(threat.name) + inWords(" in ") + shortened(threat.path) +
-                     QStringLiteral(": ") + shortened(threat.outcome);
+        // All at once: a name may look like a placeholder.
+        lines << Programs::tr("%1 in %2: %3")
+                     .arg(shortened(threat.name), shortened(threat.path),
+                          shortened(threat.outcome));
     notice.body = lines.join(QLatin1Char('\n'));
     return notice;
 }
 
 std::optional<Notice> endNotice(const EndedScan &scan)
 {
-    const QString word = endWord(scan.state);
-    if (word.isEmpty())
+    const QString summary = endSummary(scan.state);
+    if (summary.isEmpty())
         return std::nullopt;
     Notice notice;
-    notice.summary = shortened(scan.type) + QLatin1Char(' ') + word;
-    const QString found = scan.threats == 0 ? inWords("No threats") : threatCount(scan.threats);
-    QStringList lines{found + inWords(" found in ") + formatCount(scan.files, "file", "files")};
+    notice.summary = summary.arg(shortened(scan.type));
+    QStringList lines{threatsIn(scan)};
     if (!scan.scanned.isEmpty())
-        lines << inWords("Scanned: ") + shortened(scan.scanned);
+        lines << Programs::tr("Scanned: %1").arg(shortened(scan.scanned));
     if (scan.report.isEmpty())
-        lines << inWords("Its report could not be stored.");
+        lines << Programs::tr("Its report could not be stored.");
     notice.body = lines.join(QLatin1Char('\n'));
 
     if (scan.threats > 0) {
@@ -106,7 +112,7 @@ std::optional<Notice> signatureNotice(const QVariantMap &status, const QDateTime
         return std::nullopt;
     Notice notice;
     notice.icon = QStringLiteral("dialog-warning");
-    notice.summary = inWords("The virus signatures need an update");
+    notice.summary = Programs::tr("The virus signatures need an update");
     notice.body = words.advice;
     return notice;
 }

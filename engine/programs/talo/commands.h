@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QString>
 
 namespace talo::programs
 {
@@ -24,6 +25,6 @@ int updateProgram(const Words &words);
 int updateSignatures(const Words &words);
 
 // What every command answers where it was not understood: says so and returns the exit code.
-int usageError(const char *problem);
+int usageError(const QString &problem);
 
 } // namespace talo::programs

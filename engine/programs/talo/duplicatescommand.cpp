@@ -6,6 +6,7 @@
 #include "programs/format.h"
 #include "programs/printable.h"
 #include "programs/scanwords.h"
+#include "programs/words.h"
 
 namespace talo::programs
 {
@@ -31,7 +32,7 @@ void showProgress(char *path)
 int duplicatesCommand(const Words &words)
 {
     if (words.size() != 1)
-        return usageError("\"talo duplicates\" takes one folder.");
+        return usageError(Programs::tr("\"talo duplicates\" takes one folder."));
     std::map<std::string, std::list<std::string>> groups;
     long long copies = 0;
     long long bytes = 0;
@@ -41,8 +42,8 @@ int duplicatesCommand(const Words &words)
         libDuplicateFinder::DuplicateFinder(words.at(0).toStdString(), groups, 1, &copies, &bytes);
     console().clearProgress();
     if (code != kFound && code != kNone) {
-        console().problem(printable(QString::fromUtf8(words.at(0))) +
-                          QLatin1String(" is no folder that can be read."));
+        console().problem(Programs::tr("%1 is no folder that can be read.")
+                              .arg(printable(QString::fromUtf8(words.at(0)))));
         return ScanFailed;
     }
     for (const auto &[key, paths] : groups) {
@@ -52,10 +53,10 @@ int duplicatesCommand(const Words &words)
     }
     console().line(
         code == kNone
-            ? QStringLiteral("No duplicate files.")
-            : formatCount(static_cast<quint64>(copies), "duplicate file", "duplicate files") +
-                  QLatin1String(", ") + formatBytes(static_cast<quint64>(bytes)) +
-                  QLatin1String(" to be freed"));
+            ? Programs::tr("No duplicate files.")
+            : formatCount(static_cast<quint64>(copies), "%1 duplicate file, %2 to be freed",
+                          QT_TRANSLATE_N_NOOP("Programs", "%1 duplicate files, %2 to be freed"))
+                  .arg(formatBytes(static_cast<quint64>(bytes))));
     return console().flush() ? 0 : ScanFailed;
 }
 

@@ -8,6 +8,7 @@
 #include "programs/printable.h"
 #include "programs/scanwords.h"
 #include "programs/talo/service.h"
+#include "programs/words.h"
 
 #include <QDBusArgument>
 #include <QDateTime>
@@ -36,18 +37,18 @@ int list()
     const auto objects = qdbus_cast<interface::QuarantineList>(answer->at(0));
     Console console;
     if (objects.isEmpty())
-        console.line(QStringLiteral("The quarantine is empty."));
+        console.line(Programs::tr("The quarantine is empty."));
     for (const interface::QuarantineEntry &entry : objects)
         console.line(row(entry));
     return console.flush() ? 0 : ScanFailed;
 }
 
-int act(const char *method, const QByteArray &id, const char *done)
+int act(const char *method, const QByteArray &id, const QString &done)
 {
     if (!askService(interface::kQuarantine, method, {QString::fromUtf8(id)}, ""))
         return ScanFailed;
     Console console;
-    console.line(QLatin1String(done));
+    console.line(done);
     return console.flush() ? 0 : ScanFailed;
 }
 
@@ -60,11 +61,12 @@ int quarantineCommand(const Words &words)
         return list();
     if (words.size() == 2 && !words.at(1).isEmpty()) {
         if (verb == "restore")
-            return act("Restore", words.at(1), "Put back where it was. Be careful with it.");
+            return act("Restore", words.at(1),
+                       Programs::tr("Put back where it was. Be careful with it."));
         if (verb == "purge")
-            return act("Purge", words.at(1), "Destroyed for good.");
+            return act("Purge", words.at(1), Programs::tr("Destroyed for good."));
     }
-    return usageError("\"talo quarantine\" takes list, restore ID or purge ID.");
+    return usageError(Programs::tr("\"talo quarantine\" takes list, restore ID or purge ID."));
 }
 
 } // namespace talo::programs

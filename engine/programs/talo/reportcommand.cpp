@@ -7,6 +7,7 @@
 #include "programs/printable.h"
 #include "programs/scanwords.h"
 #include "programs/talo/service.h"
+#include "programs/words.h"
 
 #include <QDBusArgument>
 #include <QDate>
@@ -30,12 +31,12 @@ int problem(const QString &text)
 int storeProblem(int code)
 {
     if (code == kNoSuchReport)
-        return problem(QStringLiteral("There is no such report. \"talo report list\" shows those "
-                                      "that there are."));
+        return problem(Programs::tr("There is no such report. \"talo report list\" shows those "
+                                    "that there are."));
     if (code == kStartAfterEnd)
-        return problem(QStringLiteral("The range ends before it starts."));
-    return problem(QStringLiteral("The service cannot read or write its reports (code %1). Its log "
-                                  "says why.")
+        return problem(Programs::tr("The range ends before it starts."));
+    return problem(Programs::tr("The service cannot read or write its reports (code %1). Its log "
+                                "says why.")
                        .arg(code));
 }
 
@@ -55,9 +56,9 @@ int list(const Words &words)
     for (int index = 0; index < words.size(); index += 2) {
         const QByteArray &option = words.at(index);
         if (option != "--from" && option != "--to")
-            return usageError("\"talo report list\" knows --from DAY and --to DAY.");
+            return usageError(Programs::tr("\"talo report list\" knows --from DAY and --to DAY."));
         if (!takeDay(words.value(index + 1), option == "--from" ? from : to))
-            return usageError("A day is written as 2026-11-21.");
+            return usageError(Programs::tr("A day is written as 2026-11-21."));
     }
     const auto answer = askService(interface::kReports, "List", {from, to}, "ia(ss)");
     if (!answer)
@@ -65,7 +66,7 @@ int list(const Words &words)
     Console console;
     const int code = answer->at(0).toInt();
     if (code == kNoneInRange)
-        console.line(QStringLiteral("No reports."));
+        console.line(Programs::tr("No reports."));
     else if (code != kDone)
         return storeProblem(code);
     const auto reports = qdbus_cast<interface::ReportList>(answer->at(1));
@@ -105,11 +106,12 @@ int reportCommand(const Words &words)
     if (verb == "list")
         return list(words.mid(1));
     if (verb != "show" && verb != "delete")
-        return usageError("\"talo report\" takes list, show KEY or delete KEY.");
+        return usageError(Programs::tr("\"talo report\" takes list, show KEY or delete KEY."));
     // A key has a space in it, which people do not always quote.
     const QString key = QString::fromUtf8(words.mid(1).join(' '));
     if (key.isEmpty())
-        return usageError("The key of the report is missing, as \"talo report list\" shows it.");
+        return usageError(
+            Programs::tr("The key of the report is missing, as \"talo report list\" shows it."));
     return verb == "show" ? show(key) : remove(key);
 }
 

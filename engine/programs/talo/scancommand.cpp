@@ -3,6 +3,7 @@
 
 #include "programs/scanrequest.h"
 #include "programs/terminalrun.h"
+#include "programs/words.h"
 
 #include <optional>
 
@@ -26,10 +27,10 @@ std::optional<interface::ScanKind> kindOfOption(const QByteArray &word)
 int scanCommand(const Words &words)
 {
     if (words.isEmpty())
-        return usageError("Name what to scan: paths, --full or --quick.");
+        return usageError(Programs::tr("Name what to scan: paths, --full or --quick."));
     if (const auto kind = kindOfOption(words.at(0))) {
         if (words.size() > 1)
-            return usageError("--full and --quick take nothing else.");
+            return usageError(Programs::tr("--full and --quick take nothing else."));
         return runTerminalScans({ScanRequest{*kind, "/"}});
     }
     QList<ScanRequest> requests;
@@ -40,15 +41,17 @@ int scanCommand(const Words &words)
             continue;
         }
         if (options && word.startsWith('-'))
-            return usageError("\"talo scan\" knows --full and --quick alone. Put -- before a path "
-                              "that begins with a dash.");
+            return usageError(
+                Programs::tr("\"talo scan\" knows --full and --quick alone. Put -- before a path "
+                             "that begins with a dash."));
         const auto path = word.isEmpty() ? std::nullopt : absolutePath(word);
         if (!path)
-            return usageError("One of the paths is empty, or the working directory is gone.");
+            return usageError(
+                Programs::tr("One of the paths is empty, or the working directory is gone."));
         requests << ScanRequest{interface::CustomScan, *path};
     }
     if (requests.isEmpty())
-        return usageError("Name what to scan: paths, --full or --quick.");
+        return usageError(Programs::tr("Name what to scan: paths, --full or --quick."));
     return runTerminalScans(requests);
 }
 

@@ -3,6 +3,7 @@
 #include "client/bus.h"
 #include "programs/console.h"
 #include "programs/printable.h"
+#include "programs/words.h"
 
 namespace talo::programs
 {
@@ -16,8 +17,8 @@ std::optional<QVariantList> askService(const char *interface, const char *method
         return std::nullopt;
     }
     if (answer.signature() != QLatin1String(signature)) {
-        Console().problem(QStringLiteral("The TALO Antivirus service is of another version than "
-                                         "this program. Restart talod after the update."));
+        Console().problem(Programs::tr("The TALO Antivirus service is of another version than "
+                                       "this program. Restart talod after the update."));
         return std::nullopt;
     }
     return answer.arguments();

@@ -6,6 +6,7 @@
 #include "programs/format.h"
 #include "programs/printable.h"
 #include "programs/scanwords.h"
+#include "programs/words.h"
 
 #include <QElapsedTimer>
 #include <QStringList>
@@ -61,10 +62,10 @@ bool isMeant(const Request &request, Console &console)
     if (!request.asks || isatty(STDIN_FILENO) != 1)
         return true;
     const int count = request.paths.size();
-    const QString what = count == 1 ? shown(request.paths.first())
-                                    : formatCount(static_cast<quint64>(count), "file", "files");
-    console.problem(QStringLiteral("Destroy %1 for good? Nothing can bring it back. "
-                                   "Type \"yes\" to go on:")
+    const QString what =
+        count == 1 ? shown(request.paths.first()) : formatFiles(static_cast<quint64>(count));
+    console.problem(Programs::tr("Destroy %1 for good? Nothing can bring it back. "
+                                 "Type \"yes\" to go on:")
                         .arg(what));
     char answer[8] = {};
     return std::fgets(answer, sizeof answer, stdin) != nullptr && QByteArray(answer) == "yes\n";
@@ -81,11 +82,11 @@ public:
         if (planned <= 0 || (since_.isValid() && since_.elapsed() < kBetweenUpdatesMs))
             return;
         since_.start();
-        const QString numbers = QStringLiteral("%1%  %2 of %3  ")
+        const QString numbers = Programs::tr("%1%  %2 of %3")
                                     .arg(written * 100 / planned, 3)
                                     .arg(formatBytes(static_cast<quint64>(written)),
                                          formatBytes(static_cast<quint64>(planned)));
-        console_.progress((numbers + name_).left(console_.width() - 1));
+        console_.progress((numbers + QLatin1String("  ") + name_).left(console_.width() - 1));
     }
 
 private:
@@ -120,11 +121,11 @@ int shredAll(const Request &request, Console &console)
                 shown(path), printable(QString::fromStdString(result.text))));
     }
     collect(doubts, shredder.finish());
-    console.line(formatCount(static_cast<quint64>(destroyed), "file", "files") +
-                 QStringLiteral(" destroyed."));
+    console.line(formatCount(static_cast<quint64>(destroyed), "%1 file destroyed.",
+                             QT_TRANSLATE_N_NOOP("Programs", "%1 files destroyed.")));
     if (destroyed > 0)
         for (const QString &doubt : doubts)
-            console.problem(QStringLiteral("But: ") + doubt);
+            console.problem(Programs::tr("But: %1").arg(doubt));
     return destroyed == request.paths.size() && console.flush() ? 0 : ScanFailed;
 }
 
@@ -134,11 +135,12 @@ int shredCommand(const Words &words)
 {
     Request request;
     if (!parse(words, request))
-        return usageError("\"talo shred\" takes files, --yes to ask no questions, and --passes=N.");
+        return usageError(
+            Programs::tr("\"talo shred\" takes files, --yes to ask no questions, and --passes=N."));
     Console console;
     if (isMeant(request, console))
         return shredAll(request, console);
-    console.problem(QStringLiteral("Nothing was destroyed."));
+    console.problem(Programs::tr("Nothing was destroyed."));
     return ScanFailed;
 }
 

@@ -11,6 +11,8 @@
 #include "programs/scanwords.h"
 #include "programs/signatures.h"
 #include "programs/talo/service.h"
+#include "programs/textrows.h"
+#include "programs/words.h"
 
 #include <QDBusArgument>
 #include <QStringList>
@@ -21,10 +23,12 @@ namespace talo::programs
 namespace
 {
 
+constexpr int kCaptionColumns = 12;
+
 QString jobWords(const interface::RunningJobs &jobs)
 {
     if (jobs.isEmpty())
-        return QStringLiteral("none");
+        return Programs::tr("none");
     QStringList titles;
     for (const interface::RunningJob &job : jobs)
         titles << kindTitle(static_cast<interface::ScanKind>(job.kind));
@@ -36,7 +40,7 @@ QString jobWords(const interface::RunningJobs &jobs)
 int statusCommand(const Words &words)
 {
     if (!words.isEmpty())
-        return usageError("\"talo status\" takes no arguments.");
+        return usageError(Programs::tr("\"talo status\" takes no arguments."));
     const auto answer = askService(interface::kStatus, "GetStatus", {}, "a{sv}");
     if (!answer)
         return ScanFailed;
@@ -50,17 +54,18 @@ int statusCommand(const Words &words)
     };
     const SignatureWords signatures = describeSignatures(status, QDateTime::currentDateTimeUtc());
     Console console;
-    const auto row = [&console](const char *caption, const QString &value) {
-        console.line(QStringLiteral("%1 %2").arg(QLatin1String(caption), -12).arg(value));
-    };
-    row("Service:", QStringLiteral("version %1 on the %2, as user %3")
-                        .arg(text("version"), client::Bus::instance().place(), text("user")));
-    row("Scans:", jobWords(qdbus_cast<interface::RunningJobs>(running->at(0))));
-    row("Signatures:", signatures.inUse);
-    row("Folder:", text("signatureFolder"));
-    row("Firewall:", firewallWords(status));
-    row("USB storage:", storageWords(status));
-    row("Drives:", driveWords(status));
+    const TextRows rows{
+        {Programs::tr("Service:"),
+         Programs::tr("version %1 on the %2, as user %3")
+             .arg(text("version"), client::Bus::instance().place(), text("user"))},
+        {Programs::tr("Scans:"), jobWords(qdbus_cast<interface::RunningJobs>(running->at(0)))},
+        {Programs::tr("Signatures:"), signatures.inUse},
+        {Programs::tr("Folder:"), text("signatureFolder")},
+        {Programs::tr("Firewall:"), firewallWords(status)},
+        {Programs::tr("USB storage:"), storageWords(status)},
+        {Programs::tr("Drives:"), driveWords(status)}};
+    for (const QString &line : aligned(rows, kCaptionColumns))
+        console.line(line);
     if (!signatures.advice.isEmpty())
         console.line(signatures.advice);
     return console.flush() ? 0 : ScanFailed;

@@ -1,6 +1,8 @@
 // talo update: brings signatures and program up to date.
 #include "programs/talo/commands.h"
 
+#include "programs/words.h"
+
 namespace talo::programs
 {
 
@@ -11,7 +13,7 @@ int updateCommand(const Words &words)
         return updateSignatures(rest);
     if (words.value(0) == "program")
         return updateProgram(rest);
-    return usageError("\"talo update\" takes signatures or program.");
+    return usageError(Programs::tr("\"talo update\" takes signatures or program."));
 }
 
 } // namespace talo::programs

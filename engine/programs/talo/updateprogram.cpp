@@ -2,6 +2,7 @@
 #include "programs/talo/commands.h"
 
 #include "programs/terminalproductupdate.h"
+#include "programs/words.h"
 
 namespace talo::programs
 {
@@ -13,7 +14,7 @@ int updateProgram(const Words &words)
         return runTerminalProductUpdate(Want::Install);
     if (words == Words{"--check"})
         return runTerminalProductUpdate(Want::Check);
-    return usageError("\"talo update program\" takes nothing but \"--check\".");
+    return usageError(Programs::tr("\"talo update program\" takes nothing but \"--check\"."));
 }
 
 } // namespace talo::programs

@@ -8,7 +8,9 @@
 #include "programs/printable.h"
 #include "programs/scanwords.h"
 #include "programs/talo/service.h"
+#include "programs/textrows.h"
 #include "programs/updatewords.h"
+#include "programs/words.h"
 
 #include <QDBusArgument>
 #include <QDateTime>
@@ -22,6 +24,8 @@ namespace talo::programs
 
 namespace
 {
+
+constexpr int kCaptionColumns = 12;
 
 QString moment(qlonglong when)
 {
@@ -41,24 +45,24 @@ int check()
         return state.value(QLatin1String(key)).toLongLong();
     };
     Console console;
-    const auto row = [&console](const char *caption, const QString &value) {
-        console.line(QStringLiteral("%1 %2").arg(QLatin1String(caption), -12).arg(value));
-    };
-    const QString never = QStringLiteral("never");
+    const QString never = Programs::tr("never");
     const qlonglong attempted = time("signaturesAttempted");
     const qlonglong succeeded = time("signaturesSucceeded");
-    row("Running:", state.value(QStringLiteral("signaturesRunning")).toBool()
-                        ? QStringLiteral("yes")
-                        : QStringLiteral("no"));
-    row("Last try:", attempted == 0 ? never : moment(attempted));
-    if (!text("signaturesDetail").isEmpty())
-        row("Outcome:", text("signaturesDetail"));
-    row("Up to date:", succeeded == 0 ? never : QStringLiteral("as of ") + moment(succeeded));
+    const bool runs = state.value(QStringLiteral("signaturesRunning")).toBool();
     const qlonglong next = time("signaturesNext");
-    row("Next:", next == 0 ? QStringLiteral("when asked for; automatic updates are off")
-                           : QStringLiteral("at about ") + moment(next));
+    TextRows rows{{Programs::tr("Running:"), runs ? Programs::tr("yes") : Programs::tr("no")},
+                  {Programs::tr("Last try:"), attempted == 0 ? never : moment(attempted)}};
+    if (!text("signaturesDetail").isEmpty())
+        rows << TextRow{Programs::tr("Outcome:"), text("signaturesDetail")};
+    rows << TextRow{Programs::tr("Up to date:"),
+                    succeeded == 0 ? never : Programs::tr("as of %1").arg(moment(succeeded))}
+         << TextRow{Programs::tr("Next:"),
+                    next == 0 ? Programs::tr("when asked for; automatic updates are off")
+                              : Programs::tr("at about %1").arg(moment(next))};
     if (!text("signaturesSource").isEmpty())
-        row("Source:", text("signaturesSource"));
+        rows << TextRow{Programs::tr("Source:"), text("signaturesSource")};
+    for (const QString &line : aligned(rows, kCaptionColumns))
+        console.line(line);
     return console.flush() ? 0 : ScanFailed;
 }
 
@@ -104,7 +108,7 @@ int updateSignatures(const Words &words)
     if (words == Words{"--check"})
         return check();
     if (!words.isEmpty())
-        return usageError("\"talo update signatures\" knows --check alone.");
+        return usageError(Programs::tr("\"talo update signatures\" knows --check alone."));
     StopOnSignal stop;
     unsigned handle = 0;
     QDBusMessage error;

@@ -93,9 +93,9 @@ void TestProgramWords::counts()
 
 void TestProgramWords::countsWithNouns()
 {
-    QCOMPARE(formatCount(0, "file", "files"), QStringLiteral("0 files"));
-    QCOMPARE(formatCount(1, "file", "files"), QStringLiteral("1 file"));
-    QCOMPARE(formatCount(12345, "file", "files"), QStringLiteral("12,345 files"));
+    QCOMPARE(formatCount(0, "%1 file", "%1 files"), QStringLiteral("0 files"));
+    QCOMPARE(formatCount(1, "%1 file", "%1 files"), QStringLiteral("1 file"));
+    QCOMPARE(formatCount(12345, "%1 file", "%1 files"), QStringLiteral("12,345 files"));
 }
 
 void TestProgramWords::bytes_data()

@@ -5,6 +5,7 @@
 #include "engine/service/privatebus.h"
 #include "programs/elidedlabel.h"
 #include "programs/scanwindow.h"
+#include "programs/threatmodel.h"
 #include "support/clippedtexts.h"
 #include "support/keyboarduse.h"
 
@@ -15,6 +16,7 @@
 #include <QLabel>
 #include <QMessageBox>
 #include <QProgressBar>
+#include <QScrollBar>
 #include <QTableView>
 #include <QToolButton>
 #include <QTranslator>
@@ -25,6 +27,21 @@
 using namespace talo;
 using namespace talo::programs;
 using namespace talo::tests;
+
+namespace
+{
+
+// As the service tells them.
+QList<interface::ThreatFound> longThreats()
+{
+    const QString kept = QStringLiteral("moved to quarantine (0123456789abcdef)");
+    return {{"/home/user/Downloads/invoice.pdf.exe", "Win.Test.EICAR_HDB-1", "infected", kept},
+            {"/home/user/Documents/A folder with a long name/and one below it/report.doc",
+             "Doc.Downloader.Generic-7578549-0", "infected", kept},
+            {"/srv/share/tools/keygen.exe", "PUA.Win.Tool.Keygen", "suspected", "reported only"}};
+}
+
+} // namespace
 
 class TestScanWindow : public QObject
 {
@@ -57,9 +74,12 @@ private slots:
     void worksWithoutMouse();
     void textsAreWhole_data();
     void textsAreWhole();
+    void tableFollowsItsWindow();
+    void tableKeepsTheUsersColumns();
     void everyTextCanBeTranslated();
 
 private:
+    static void dress();
     void open(const ScanRequest &request = {interface::CustomScan, "/tmp"});
     void openWith(const interface::ScanProgress &progress);
     template <typename Kind> Kind *child(const char *name) const
@@ -97,6 +117,13 @@ void TestScanWindow::cleanup()
     window_.reset();
     job_.reset();
     service_.reset();
+}
+
+void TestScanWindow::dress()
+{
+    QFile sheet(":/res/style/style.qss");
+    QVERIFY(sheet.open(QIODevice::ReadOnly));
+    qApp->setStyleSheet(QString::fromUtf8(sheet.readAll()));
 }
 
 void TestScanWindow::open(const ScanRequest &request)
@@ -166,7 +193,7 @@ void TestScanWindow::showsNumbersForPeople()
 {
     openWith(progressIn(interface::Scanning));
     QCOMPARE(window_->objectName(), QStringLiteral("scanwindow"));
-    QCOMPARE(window_->width(), 600);
+    QCOMPARE(window_->minimumSize(), QSize(600, 520));
     QCOMPARE(text("lblScanTitle"), QStringLiteral("Custom Scan"));
     QCOMPARE(child<ElidedLabel>("lblScanSub")->fullText(), QStringLiteral("Scanning /tmp"));
     QCOMPARE(figure(QStringLiteral("Files scanned")), QStringLiteral("12,345"));
@@ -181,6 +208,7 @@ void TestScanWindow::elidesTheCurrentFile()
     progress.current =
         QStringLiteral("/first") + QString(300, QLatin1Char('x')) + QStringLiteral("/last.bin");
     openWith(progress);
+    const int width = ScanWindow({}, *job_).width();
     const auto *current = child<ElidedLabel>("lblScanCurrent");
     QCOMPARE(current->fullText(), progress.current);
     QVERIFY(current->text().startsWith(QLatin1String("/first")));
@@ -188,7 +216,7 @@ void TestScanWindow::elidesTheCurrentFile()
     QVERIFY(current->text().size() < progress.current.size());
     QVERIFY(current->fontMetrics().horizontalAdvance(current->text()) <= current->width());
     QCOMPARE(current->toolTip(), progress.current);
-    QCOMPARE(window_->width(), 600);
+    QCOMPARE(window_->width(), width);
 }
 
 void TestScanWindow::namesOfFilesAreNoMarkup()
@@ -430,9 +458,7 @@ void TestScanWindow::everyButtonIsReachedByKeyboard()
 // In the look that it has for people.
 void TestScanWindow::worksWithoutMouse()
 {
-    QFile sheet(":/res/style/style.qss");
-    QVERIFY(sheet.open(QIODevice::ReadOnly));
-    qApp->setStyleSheet(QString::fromUtf8(sheet.readAll()));
+    dress();
     openWith(progressIn(interface::Scanning));
     QCOMPARE(test::keyboardFaults("scanning", window_.get()), QStringList());
     service_->setProgress(progressIn(interface::Finished));
@@ -451,15 +477,46 @@ void TestScanWindow::textsAreWhole()
 {
     QFETCH(QString, family);
     QApplication::setFont(QFont(family, 11));
+    dress();
     openWith(progressIn(interface::Scanning));
-    QCOMPARE(test::measureTexts("scanning", window_.get()).complaints, QStringList());
-    service_->setThreats(manyThreats(1));
-    service_->setProgress(progressIn(interface::Finished));
+    QCOMPARE(test::measureTexts("scanning", window_.get()).complaints.join('\n'), QString());
+    service_->setThreats(longThreats());
+    interface::ScanProgress end = progressIn(interface::Finished);
+    end.threats = static_cast<uint>(longThreats().size());
+    service_->setProgress(end);
     QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
-    QCOMPARE(test::measureTexts("done", window_.get()).complaints, QStringList());
+    QCOMPARE(test::measureTexts("done", window_.get()).complaints.join('\n'), QString());
     const QString pictures = qEnvironmentVariable("TALO_SCREENSHOTS");
     if (!pictures.isEmpty())
         QVERIFY(window_->grab().save(pictures + "/scanwindow.png"));
+}
+
+// In the narrowest window each column still has a share of it, and more of it in a wider one.
+void TestScanWindow::tableFollowsItsWindow()
+{
+    dress();
+    QApplication::setFont(QFont("DejaVu Sans", 11));
+    service_->setThreats(longThreats());
+    openWith(progressIn(interface::Finished));
+    const auto *table = child<QTableView>("tblScanThreats");
+    QTRY_COMPARE(table->model()->rowCount(), longThreats().size());
+    window_->resize(600, 520);
+    const int narrow = table->columnWidth(ThreatModel::ActionTaken);
+    QVERIFY(table->columnWidth(ThreatModel::File) >= table->viewport()->width() / 4 - 1);
+    window_->resize(1000, 520);
+    QVERIFY(table->columnWidth(ThreatModel::ActionTaken) > narrow);
+    QTRY_VERIFY(!table->horizontalScrollBar()->isVisible());
+}
+
+void TestScanWindow::tableKeepsTheUsersColumns()
+{
+    service_->setThreats(longThreats());
+    openWith(progressIn(interface::Finished));
+    const auto *table = child<QTableView>("tblScanThreats");
+    QTRY_COMPARE(table->model()->rowCount(), longThreats().size());
+    table->horizontalHeader()->resizeSection(ThreatModel::Threat, 77);
+    window_->resize(1000, 520);
+    QCOMPARE(table->columnWidth(ThreatModel::Threat), 77);
 }
 
 // In a made-up language that puts brackets round all it is asked for: what has none was not asked.

@@ -106,6 +106,12 @@ void FakeTalod::setQuarantine(const interface::QuarantineList &objects)
     quarantine_ = objects;
 }
 
+void FakeTalod::answerWith(const QString &method, const QVariantList &values)
+{
+    const Lock lock(mutex_);
+    answers_.insert(method, values);
+}
+
 void FakeTalod::setIgnoresStop(bool ignores)
 {
     const Lock lock(mutex_);
@@ -161,6 +167,8 @@ bool FakeTalod::handleMessage(const QDBusMessage &message, const QDBusConnection
 
 QVariantList FakeTalod::answer(const QString &method, const QVariantList &arguments)
 {
+    if (answers_.contains(method))
+        return answers_.value(method);
     if (method == QLatin1String("Start")) {
         startedKind_ = arguments.at(0).toUInt();
         startedPath_ = arguments.at(1).toByteArray();

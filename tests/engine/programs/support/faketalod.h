@@ -40,6 +40,8 @@ public:
     // Key, and the whole text that is read.
     void setReports(const QList<interface::ReportEntry> &reports, const QString &text);
     void setQuarantine(const interface::QuarantineList &objects);
+    // What a method answers that the service has no idea of otherwise.
+    void answerWith(const QString &method, const QVariantList &values);
     // A stop leaves the job stopping instead of stopped.
     void setIgnoresStop(bool ignores);
 
@@ -68,6 +70,7 @@ private:
     interface::QuarantineList quarantine_;
     QString reportText_;
     QMap<QString, QStringList> refusals_;
+    QMap<QString, QVariantList> answers_;
     QStringList silent_;
     QStringList calls_;
     QByteArray startedPath_;
