@@ -85,11 +85,7 @@ public:
     };
     Signatures signatures() const;
 
-    // Takes another folder from the next file on; files being scanned finish with the old set.
-    // What was found clean with the old set is forgotten.
-    void useSignatures(const std::string &folder);
-
-    // What was found clean with the signatures in use.
+    // What was found clean with these signatures.
     CleanFiles &cleanFiles();
 
 private:
