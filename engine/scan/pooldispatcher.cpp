@@ -1,5 +1,7 @@
 #include "pooldispatcher.h"
 
+#include "scan/memorypressure.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -14,6 +16,8 @@ using namespace std::chrono_literals;
 // For so long a failure to load answers every file at once; the next one then tries again.
 constexpr auto kFailureHolds = 5s;
 constexpr unsigned kMostLosses = 3;
+// Percent of the time. The one at which systemd tells its services that memory is short.
+constexpr double kMuchPressure = 10;
 
 } // namespace
 
@@ -123,12 +127,26 @@ void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now
     if (crew_) {
         wantCrew_ = false;
         if (wishes.waiting || wishes.load || crew_->busy() || !announced_)
-            idleSince_ = now;
-        else if (now - idleSince_ >= config_.idleUnload)
+            beginIdling(now);
+        else if (now - idleSince_ >= config_.idleUnload || memoryIsShort(now))
             retireCrew(now);
     } else if (wantCrew_ && startNotBefore_ <= now) {
         startCrew(now);
     }
+}
+
+void PoolDispatcher::beginIdling(TimePoint now)
+{
+    idleSince_ = now;
+    nextLook_ = now + config_.pressureLook;
+}
+
+bool PoolDispatcher::memoryIsShort(TimePoint now)
+{
+    if (config_.pressureReports.empty() || now < nextLook_)
+        return false;
+    nextLook_ = now + config_.pressureLook;
+    return memoryPressure(config_.pressureReports) >= kMuchPressure;
 }
 
 void PoolDispatcher::startCrew(TimePoint now)
@@ -142,7 +160,7 @@ void PoolDispatcher::startCrew(TimePoint now)
     crew_ = std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server));
     wantCrew_ = false;
     announced_ = false;
-    idleSince_ = now;
+    beginIdling(now);
     queue_.publish(LoadState::Loading, 0, {});
 }
 
@@ -191,7 +209,9 @@ TimePoint PoolDispatcher::nextDeadline() const
     if (crew_)
         next = std::min(crew_->nextDeadline(), crew_->nextStart());
     if (crew_ && announced_ && !crew_->busy())
-        next = std::min(next, idleSince_ + config_.idleUnload);
+        next = std::min(next, config_.pressureReports.empty()
+                                  ? idleSince_ + config_.idleUnload
+                                  : std::min(idleSince_ + config_.idleUnload, nextLook_));
     if (!crew_ && wantCrew_)
         next = std::min(next, startNotBefore_);
     for (const auto &crew : retired_)

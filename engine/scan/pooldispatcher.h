@@ -1,5 +1,5 @@
 // The pool's thread: keeps one crew serving while there is something to scan, and lets it go when
-// nothing has been scanned for a while.
+// nothing has been scanned for a while, sooner where memory is short.
 #pragma once
 
 #include "scan/poolcrew.h"
@@ -24,6 +24,8 @@ private:
     void waitForEvents(TimePoint until);
     void judgeCrew(TimePoint now);
     void followWishes(const PoolQueue::Wishes &wishes, TimePoint now);
+    void beginIdling(TimePoint now);
+    bool memoryIsShort(TimePoint now);
     void startCrew(TimePoint now);
     void failLoad(const std::string &reason, TimePoint now);
     void retireCrew(TimePoint now);
@@ -41,6 +43,7 @@ private:
     bool wantCrew_ = false;
     TimePoint startNotBefore_;
     TimePoint idleSince_;
+    TimePoint nextLook_;  // at the pressure on memory, while idle
     unsigned losses_ = 0; // servers lost in a row without having answered a file
     std::string failure_; // why nothing can be scanned, until then
     TimePoint failureHolds_;
