@@ -2,9 +2,8 @@
 
 #include <array>
 #include <cerrno>
-#include <climits>
 #include <cstring>
-#include <openssl/evp.h>
+#include <gcrypt.h>
 #include <string_view>
 #include <sys/random.h>
 
@@ -29,30 +28,46 @@ bool fromKernel(void *buffer, std::size_t size)
     return true;
 }
 
+// Once a process, unless another part of it was first.
+bool libraryIsReady()
+{
+    static const bool ready = [] {
+        if (gcry_control(GCRYCTL_INITIALIZATION_FINISHED_P) != 0)
+            return true;
+        if (gcry_check_version(GCRYPT_VERSION) == nullptr)
+            return false;
+        // Locked memory would be for keys that are kept.
+        gcry_control(GCRYCTL_DISABLE_SECMEM, 0);
+        return gcry_control(GCRYCTL_INITIALIZATION_FINISHED, 0) == 0;
+    }();
+    return ready;
+}
+
 } // namespace
 
-void NoiseStream::Free::operator()(evp_cipher_ctx_st *context) const
+void NoiseStream::Free::operator()(gcry_cipher_handle *cipher) const
 {
-    EVP_CIPHER_CTX_free(context); // overwrites the key as well
+    gcry_cipher_close(cipher); // overwrites the key as well
 }
 
 NoiseStream::NoiseStream()
 {
-    std::unique_ptr<evp_cipher_ctx_st, Free> context(EVP_CIPHER_CTX_new());
+    gcry_cipher_hd_t opened = nullptr;
+    if (!libraryIsReady() ||
+        gcry_cipher_open(&opened, GCRY_CIPHER_AES256, GCRY_CIPHER_MODE_CTR, 0) != 0)
+        return;
+    std::unique_ptr<gcry_cipher_handle, Free> cipher(opened);
     std::array<unsigned char, 32> key{};
-    const std::array<unsigned char, 16> counter{};
-    if (context && fromKernel(key.data(), key.size()) &&
-        EVP_EncryptInit_ex(context.get(), EVP_aes_256_ctr(), nullptr, key.data(), counter.data()))
-        context_ = std::move(context);
+    if (fromKernel(key.data(), key.size()) &&
+        gcry_cipher_setkey(cipher.get(), key.data(), key.size()) == 0 &&
+        gcry_cipher_setctr(cipher.get(), nullptr, 0) == 0) // from zero
+        cipher_ = std::move(cipher);
     explicit_bzero(key.data(), key.size());
 }
 
 bool NoiseStream::fill(void *buffer, std::size_t size)
 {
-    auto *at = static_cast<unsigned char *>(buffer);
-    int written = 0;
-    return context_ && size <= INT_MAX &&
-           EVP_EncryptUpdate(context_.get(), at, &written, at, static_cast<int>(size)) == 1;
+    return cipher_ && gcry_cipher_encrypt(cipher_.get(), buffer, size, nullptr, 0) == 0;
 }
 
 std::string noiseName(std::size_t length)

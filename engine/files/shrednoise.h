@@ -5,7 +5,7 @@
 #include <memory>
 #include <string>
 
-struct evp_cipher_ctx_st;
+struct gcry_cipher_handle;
 
 namespace talo::files
 {
@@ -18,15 +18,15 @@ public:
     NoiseStream();
 
     // Whether there is noise to be had. Without it nothing may be overwritten.
-    explicit operator bool() const { return static_cast<bool>(context_); }
+    explicit operator bool() const { return static_cast<bool>(cipher_); }
     // Mixes noise into the buffer; whatever is there may stay there.
     bool fill(void *buffer, std::size_t size);
 
 private:
     struct Free {
-        void operator()(evp_cipher_ctx_st *context) const;
+        void operator()(gcry_cipher_handle *cipher) const;
     };
-    std::unique_ptr<evp_cipher_ctx_st, Free> context_;
+    std::unique_ptr<gcry_cipher_handle, Free> cipher_;
 };
 
 // A file name of so many letters and digits; empty where the kernel has no chance to give.

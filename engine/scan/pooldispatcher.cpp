@@ -1,5 +1,7 @@
 #include "pooldispatcher.h"
 
+#include "scan/memorypressure.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -14,6 +16,8 @@ using namespace std::chrono_literals;
 // For so long a failure to load answers every file at once; the next one then tries again.
 constexpr auto kFailureHolds = 5s;
 constexpr unsigned kMostLosses = 3;
+// Percent of the time. The one at which systemd tells its services that memory is short.
+constexpr double kMuchPressure = 10;
 
 } // namespace
 
@@ -42,7 +46,7 @@ void PoolDispatcher::run()
         followWishes(wishes, now);
         if (crew_)
             crew_->feed(now);
-        endRetired(now);
+        forgetRetired();
         waitForEvents(nextDeadline());
     }
     endAll();
@@ -109,19 +113,10 @@ void PoolDispatcher::judgeCrew(TimePoint now)
 
 void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now)
 {
-    const bool changed = wishes.folderChanges != folderChanges_;
-    if (changed) {
-        failureHolds_ = now;
-        losses_ = 0;
-        folderChanges_ = wishes.folderChanges;
-        // What was loaded is loaded again, so that the next file need not wait for it.
-        wantCrew_ = crew_ != nullptr;
-        retireCrew();
-    }
     if (wishes.load)
         wantCrew_ = true;
     if (wishes.waiting) {
-        if (now < failureHolds_ && !wantCrew_)
+        if (now < failureHolds_ && !crew_ && !wantCrew_)
             queue_.failWaiting(failure_);
         else
             wantCrew_ = true;
@@ -132,18 +127,32 @@ void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now
     if (crew_) {
         wantCrew_ = false;
         if (wishes.waiting || wishes.load || crew_->busy() || !announced_)
-            idleSince_ = now;
-        else if (now - idleSince_ >= config_.idleUnload)
-            retireCrew();
+            beginIdling(now);
+        else if (now - idleSince_ >= config_.idleUnload || memoryIsShort(now))
+            retireCrew(now);
     } else if (wantCrew_ && startNotBefore_ <= now) {
-        startCrew(wishes, now);
+        startCrew(now);
     }
 }
 
-void PoolDispatcher::startCrew(const PoolQueue::Wishes &wishes, TimePoint now)
+void PoolDispatcher::beginIdling(TimePoint now)
+{
+    idleSince_ = now;
+    nextLook_ = now + config_.pressureLook;
+}
+
+bool PoolDispatcher::memoryIsShort(TimePoint now)
+{
+    if (config_.pressureReports.empty() || now < nextLook_)
+        return false;
+    nextLook_ = now + config_.pressureLook;
+    return memoryPressure(config_.pressureReports) >= kMuchPressure;
+}
+
+void PoolDispatcher::startCrew(TimePoint now)
 {
     std::string failure;
-    auto server = PoolServer::start(config_, workers_, wishes.folder, failure);
+    auto server = PoolServer::start(config_, workers_, failure);
     if (!server) {
         failLoad(failure, now);
         return;
@@ -151,7 +160,7 @@ void PoolDispatcher::startCrew(const PoolQueue::Wishes &wishes, TimePoint now)
     crew_ = std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server));
     wantCrew_ = false;
     announced_ = false;
-    idleSince_ = now;
+    beginIdling(now);
     queue_.publish(LoadState::Loading, 0, {});
 }
 
@@ -165,48 +174,33 @@ void PoolDispatcher::failLoad(const std::string &reason, TimePoint now)
     queue_.failWaiting(reason);
 }
 
-void PoolDispatcher::retireCrew()
+void PoolDispatcher::retireCrew(TimePoint now)
 {
-    if (!crew_)
-        return;
+    crew_->end(now);
     retired_.push_back(std::move(crew_));
     announced_ = false;
     queue_.publish(LoadState::Unloaded, 0, {});
 }
 
-void PoolDispatcher::endRetired(TimePoint now)
+void PoolDispatcher::forgetRetired()
 {
-    for (const auto &crew : retired_)
-        if (crew->phase() == PoolCrew::Phase::Loading ||
-            (crew->phase() == PoolCrew::Phase::Serving && !crew->busy()))
-            crew->end(now);
-    retired_.erase(std::remove_if(retired_.begin(), retired_.end(),
-                                  [](const auto &crew) {
-                                      return crew->phase() == PoolCrew::Phase::Lost ||
-                                             crew->phase() == PoolCrew::Phase::Failed;
-                                  }),
-                   retired_.end());
+    const auto ended = [](const auto &crew) { return crew->phase() != PoolCrew::Phase::Ending; };
+    retired_.erase(std::remove_if(retired_.begin(), retired_.end(), ended), retired_.end());
 }
 
 void PoolDispatcher::endAll()
 {
-    if (crew_)
-        retired_.push_back(std::move(crew_));
-    const TimePoint now = Clock::now();
-    for (const auto &crew : retired_) {
-        crew->failFiles("the scan engine was ended");
-        if (crew->phase() == PoolCrew::Phase::Serving)
-            crew->end(now);
+    if (crew_) {
+        crew_->failFiles("the scan engine was ended");
+        // A server that is still loading does not listen; it is killed with what it has forked:
+        // nothing.
+        if (crew_->phase() == PoolCrew::Phase::Serving)
+            retireCrew(Clock::now());
+        crew_.reset();
     }
-    // A server that is still loading does not listen; it is killed with what it has forked:
-    // nothing.
-    const auto ended = [](const auto &crew) { return crew->phase() != PoolCrew::Phase::Ending; };
-    for (;;) {
-        retired_.erase(std::remove_if(retired_.begin(), retired_.end(), ended), retired_.end());
-        if (retired_.empty())
-            return;
+    wantCrew_ = false;
+    for (forgetRetired(); !retired_.empty(); forgetRetired())
         waitForEvents(nextDeadline());
-    }
 }
 
 TimePoint PoolDispatcher::nextDeadline() const
@@ -215,7 +209,9 @@ TimePoint PoolDispatcher::nextDeadline() const
     if (crew_)
         next = std::min(crew_->nextDeadline(), crew_->nextStart());
     if (crew_ && announced_ && !crew_->busy())
-        next = std::min(next, idleSince_ + config_.idleUnload);
+        next = std::min(next, config_.pressureReports.empty()
+                                  ? idleSince_ + config_.idleUnload
+                                  : std::min(idleSince_ + config_.idleUnload, nextLook_));
     if (!crew_ && wantCrew_)
         next = std::min(next, startNotBefore_);
     for (const auto &crew : retired_)

@@ -1,5 +1,5 @@
-// The pool's thread: keeps one crew serving, replaces it when the signatures change, lets it go
-// when nothing has been scanned for a while.
+// The pool's thread: keeps one crew serving while there is something to scan, and lets it go when
+// nothing has been scanned for a while, sooner where memory is short.
 #pragma once
 
 #include "scan/poolcrew.h"
@@ -24,10 +24,12 @@ private:
     void waitForEvents(TimePoint until);
     void judgeCrew(TimePoint now);
     void followWishes(const PoolQueue::Wishes &wishes, TimePoint now);
-    void startCrew(const PoolQueue::Wishes &wishes, TimePoint now);
+    void beginIdling(TimePoint now);
+    bool memoryIsShort(TimePoint now);
+    void startCrew(TimePoint now);
     void failLoad(const std::string &reason, TimePoint now);
-    void retireCrew();
-    void endRetired(TimePoint now);
+    void retireCrew(TimePoint now);
+    void forgetRetired();
     void endAll();
     TimePoint nextDeadline() const;
 
@@ -36,12 +38,12 @@ private:
     PoolQueue &queue_;
 
     std::unique_ptr<PoolCrew> crew_;
-    std::vector<std::unique_ptr<PoolCrew>> retired_; // finish their files, then end
+    std::vector<std::unique_ptr<PoolCrew>> retired_; // were told to end
     bool announced_ = false;                         // whether crew_ is known to have loaded
-    std::uint64_t folderChanges_ = 0;                // those that crew_ has followed
     bool wantCrew_ = false;
     TimePoint startNotBefore_;
     TimePoint idleSince_;
+    TimePoint nextLook_;  // at the pressure on memory, while idle
     unsigned losses_ = 0; // servers lost in a row without having answered a file
     std::string failure_; // why nothing can be scanned, until then
     TimePoint failureHolds_;

@@ -21,11 +21,8 @@ std::size_t roomFor(unsigned workers)
 
 } // namespace
 
-PoolQueue::PoolQueue(const PoolConfig &config, unsigned workers)
-    : workers_(workers)
-    , room_(roomFor(workers))
-    , wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
-    , folder_(config.signatureFolder)
+PoolQueue::PoolQueue(unsigned workers)
+    : workers_(workers), room_(roomFor(workers)), wakeUp_(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))
 {
 }
 
@@ -122,14 +119,6 @@ WorkerPool::Signatures PoolQueue::signatures() const
     return {true, signatures_};
 }
 
-void PoolQueue::useSignatures(const std::string &folder)
-{
-    const std::lock_guard lock(mutex_);
-    folder_ = folder;
-    ++folderChanges_;
-    wake();
-}
-
 void PoolQueue::shutDown()
 {
     const std::lock_guard lock(mutex_);
@@ -156,7 +145,7 @@ PoolQueue::Wishes PoolQueue::wishes()
         hungry(priority) = !any;
         waiting = waiting || any;
     }
-    return {ended_, loadWanted_, waiting, folder_, folderChanges_};
+    return {ended_, loadWanted_, waiting};
 }
 
 bool PoolQueue::waits(Priority priority) const

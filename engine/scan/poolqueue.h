@@ -53,7 +53,7 @@ enum class LoadState { Unloaded, Loading, Loaded, Failed };
 class PoolQueue
 {
 public:
-    explicit PoolQueue(const PoolConfig &config, unsigned workers);
+    explicit PoolQueue(unsigned workers);
 
     // For the jobs.
     std::shared_ptr<SessionQueue> open(Priority priority);
@@ -67,7 +67,6 @@ public:
     void cancel(SessionQueue &session);
     std::string load();
     WorkerPool::Signatures signatures() const;
-    void useSignatures(const std::string &folder);
     void shutDown();
 
     // For the pool's thread.
@@ -75,8 +74,6 @@ public:
         bool end = false;
         bool load = false;
         bool waiting = false;
-        std::string folder;
-        std::uint64_t folderChanges = 0;
     };
     Wishes wishes();
     int wakeUp() const { return wakeUp_.get(); }
@@ -127,8 +124,6 @@ private:
     LoadState state_ = LoadState::Unloaded;
     unsigned signatures_ = 0;
     std::string loadAnswer_; // why the last load failed
-    std::string folder_;
-    std::uint64_t folderChanges_ = 0;
 };
 
 } // namespace talo::scan

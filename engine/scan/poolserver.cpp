@@ -26,12 +26,13 @@ std::string cannot(const std::string &what, int error)
 } // namespace
 
 std::unique_ptr<PoolServer> PoolServer::start(const PoolConfig &config, unsigned workers,
-                                              const std::string &signatureFolder,
                                               std::string &failure)
 {
-    const UniqueFd signatures(open(signatureFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
+    const UniqueFd signatures(
+        open(config.signatureFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!signatures) {
-        failure = cannot("the signature folder " + signatureFolder + " cannot be opened", errno);
+        failure =
+            cannot("the signature folder " + config.signatureFolder + " cannot be opened", errno);
         return nullptr;
     }
     std::unique_ptr<PoolServer> server(new PoolServer);

@@ -17,7 +17,6 @@ class PoolServer
 public:
     // Nothing, and why, where it cannot be started. The server dies with the calling thread.
     static std::unique_ptr<PoolServer> start(const PoolConfig &config, unsigned workers,
-                                             const std::string &signatureFolder,
                                              std::string &failure);
     ~PoolServer(); // kills it, if it still runs, and reaps it
     PoolServer(const PoolServer &) = delete;

@@ -95,7 +95,7 @@ class WorkerPool::Impl
 public:
     explicit Impl(const PoolConfig &config)
         : maxFileSize(config.maxFileSize)
-        , queue(std::make_shared<PoolQueue>(config, workerCount(config)))
+        , queue(std::make_shared<PoolQueue>(workerCount(config)))
         , dispatcher(std::make_unique<PoolDispatcher>(config, workerCount(config), *queue))
     {
     }
@@ -130,12 +130,6 @@ std::string WorkerPool::load()
 WorkerPool::Signatures WorkerPool::signatures() const
 {
     return impl_->queue->signatures();
-}
-
-void WorkerPool::useSignatures(const std::string &folder)
-{
-    impl_->queue->useSignatures(folder);
-    impl_->cleanFiles.forget();
 }
 
 CleanFiles &WorkerPool::cleanFiles()

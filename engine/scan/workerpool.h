@@ -15,6 +15,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace talo::scan
 {
@@ -30,6 +31,10 @@ struct PoolConfig {
     std::uint64_t maxMemory = 3ull << 30; // what a worker may add to the shared signatures, bytes
     std::uint64_t maxTemporary = 512ull << 20;    // the size of a worker's temporary folder, bytes
     std::chrono::milliseconds idleUnload{600000}; // let the signatures go after so long idle
+    // Those of pressureReports(): while they tell of a lack of memory, idle signatures go at the
+    // next look. The first look is so long after the last file, so that the pressure is not ours.
+    std::vector<std::string> pressureReports;
+    std::chrono::milliseconds pressureLook{5000};
 };
 
 class WorkerPool
@@ -85,11 +90,7 @@ public:
     };
     Signatures signatures() const;
 
-    // Takes another folder from the next file on; files being scanned finish with the old set.
-    // What was found clean with the old set is forgotten.
-    void useSignatures(const std::string &folder);
-
-    // What was found clean with the signatures in use.
+    // What was found clean with these signatures.
     CleanFiles &cleanFiles();
 
 private:

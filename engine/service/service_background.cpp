@@ -1,4 +1,5 @@
 // What the service does of itself: opens the rooms that nobody has to ask.
+#include "scan/memorypressure.h"
 #include "schedule/clock.h"
 #include "service/guardservice.h"
 #include "service/log.h"
@@ -27,6 +28,10 @@ void Service::openSignatures()
         log(Level::Warning, notice);
     scan::PoolConfig config;
     config.workerProgram = options_.worker;
+    config.pressureReports = scan::pressureReports();
+    if (config.pressureReports.empty())
+        log(Level::Info, "the kernel does not tell when memory is short (CONFIG_PSI, or psi=1 at "
+                         "the start); signatures are let go when idle alone");
     pools_ = std::make_unique<SignaturePools>(
         config, [this] { return signatures(); },
         [this](const SignatureSet &bad, const std::string &reason) {
