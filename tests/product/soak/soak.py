@@ -31,7 +31,6 @@ RUN = "/run/soak"
 TREE = "/soak/tree"
 QUICK_PLACE = "/tmp/soak"
 ENDED = 4
-AT_REST_EVERY = 30  # seconds
 
 
 class Soak:
@@ -129,7 +128,13 @@ class Soak:
                 self.complain(self.updates.detected(name, floor))
         for client in [client for client in self.clients if client.poll() is not None]:
             path = self.clients.pop(client)
-            # 0 and 1: nothing, or something was found. Others were killed or refused.
+            self.done[f"clients that ended with {client.returncode}"] += 1
+            # 0 and 1: nothing, or something was found; 2: refused, or the service was killed.
+            if client.returncode not in (0, 1, 2, -signal.SIGKILL):
+                self.complain([f"{client.args[1:]} ended with {client.returncode}"])
+            if client.args[1] == "shred" and client.returncode == 0 and \
+                    os.path.lexists(client.args[-1]):
+                self.complain([f"{client.args[-1]} was shredded and is still there"])
             if path and client.returncode in (0, 1):
                 self.reports.wanted[path] = True
         self.complain(self.updates.watch(self.engine))
@@ -328,7 +333,7 @@ class Soak:
         while (age := self.age()) < span:
             self.act(killing=0.4 * span < age < 0.6 * span)
             time.sleep(min(self.random.expovariate(1 / self.options.pause), 3))
-            if time.monotonic() - rested > AT_REST_EVERY:
+            if time.monotonic() - rested > self.options.rest:
                 self.audit.at_rest()
                 rested = time.monotonic()
             if self.options.spoil and self.age() > 0.7 * span:
@@ -346,6 +351,7 @@ def main():
     parser.add_argument("--minutes", type=float, default=60)
     parser.add_argument("--seed", type=int, default=random.SystemRandom().randrange(1 << 31))
     parser.add_argument("--pause", type=float, default=0.4, help="seconds between two actions")
+    parser.add_argument("--rest", type=float, default=30, help="seconds between two rests")
     parser.add_argument("--break", dest="spoil")
     options = parser.parse_args()
     print(f"{options.minutes:g} minutes, --seed {options.seed}")
