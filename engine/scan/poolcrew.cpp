@@ -104,6 +104,7 @@ void PoolCrew::readControl()
         if (phase_ == Phase::Loading && packet.read(loaded)) {
             phase_ = Phase::Serving;
             signatures_ = loaded.signatures;
+            server_->isolated();
         } else if (phase_ == Phase::Loading && packet.read(failed) && failed.reason.sane()) {
             fail("the signatures cannot be loaded: " + failed.reason.shown());
             return;

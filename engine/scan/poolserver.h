@@ -23,6 +23,8 @@ public:
     PoolServer &operator=(const PoolServer &) = delete;
 
     int control() const { return control_.get(); }
+    // It has said that it is isolated, and works in memory where that is to be had.
+    void isolated() { scratch_.goIfUnused(); }
     // Asks it to end its workers and itself; the control socket closes when it has.
     void end();
 

@@ -42,8 +42,8 @@ void removeTree(const fs::path &path)
     fs::remove_all(path, error); // never through a link
 }
 
-// What a process that was killed has left behind: whoever lives holds the lock.
-void sweep(const fs::path &folder)
+// Whoever lives holds the lock.
+void sweepBelow(const fs::path &folder)
 {
     std::error_code error;
     for (fs::directory_iterator entry(folder, error), end; !error && entry != end;
@@ -61,7 +61,7 @@ void sweep(const fs::path &folder)
 ScratchFolder::ScratchFolder()
 {
     const fs::path folder = place();
-    sweep(folder);
+    sweepBelow(folder);
     std::string path = (folder / (std::string(kPrefix) + "XXXXXX")).string();
     if (!mkdtemp(path.data()))
         return;
@@ -76,6 +76,17 @@ ScratchFolder::~ScratchFolder()
 {
     if (!path_.empty())
         removeTree(path_);
+}
+
+void ScratchFolder::goIfUnused()
+{
+    if (rmdir(path_.c_str()) == 0)
+        path_.clear();
+}
+
+void ScratchFolder::sweep()
+{
+    sweepBelow(place());
 }
 
 } // namespace talo::scan

@@ -4,6 +4,7 @@
 #include "interface/busconnection.h"
 #include "interface/names.h"
 #include "scan/quarantine.h"
+#include "scan/scratchfolder.h"
 #include "schedule/clock.h"
 #include "service/authority.h"
 #include "service/busobject.h"
@@ -166,7 +167,10 @@ ExitCode Service::publish()
 {
     openSignatures();
     housekeeper_ = std::make_unique<Housekeeper>();
-    housekeeper_->run([this] { quarantine_->recover(); });
+    housekeeper_->run([this] {
+        scan::ScratchFolder::sweep();
+        quarantine_->recover();
+    });
     scans_ =
         std::make_unique<ScanService>(ScanService::Rooms{*reports_,
                                                          *quarantine_,

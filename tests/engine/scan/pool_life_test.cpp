@@ -285,4 +285,15 @@ TEST_F(PoolLife, LeftoversOfAKilledProcessAreSwept)
     EXPECT_FALSE(fs::exists(left));
 }
 
+// Who is killed cannot clean up: so there must be nothing where the workers write to memory alone.
+TEST_F(PoolLife, NothingLiesInTheTemporaryPlaceOnceTheSignaturesAreLoaded)
+{
+    if (geteuid() != 0)
+        GTEST_SKIP() << "only root is sure to have memory of its own to write to";
+    WorkerPool pool(config(realWorker()));
+    EXPECT_EQ(pool.load(), "");
+    EXPECT_TRUE(scratchFolders().empty());
+    EXPECT_EQ(scanOne(pool, folder.write("file", "harmless")).kind, VerdictKind::Clean);
+}
+
 } // namespace
