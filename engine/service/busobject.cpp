@@ -7,6 +7,7 @@
 #include "service/passwordservice.h"
 #include "service/shown.h"
 #include "store/reportstore.h"
+#include "taloversion.h"
 
 #include <QDBusMessage>
 

@@ -34,6 +34,7 @@
 #include "schedulesadaptor.h"
 #include "settingsadaptor.h"
 #include "statusadaptor.h"
+#include "taloversion.h"
 #include "updatesadaptor.h"
 
 #include <QCoreApplication>

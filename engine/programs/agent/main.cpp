@@ -2,6 +2,7 @@
 #include "programs/agent/agent.h"
 
 #include "interface/busaddress.h"
+#include "taloversion.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

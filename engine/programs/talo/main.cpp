@@ -3,6 +3,7 @@
 #include "programs/scanwords.h"
 #include "programs/talo/commands.h"
 #include "programs/terminalrun.h"
+#include "taloversion.h"
 
 #include <QCoreApplication>
 

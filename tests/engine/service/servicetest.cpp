@@ -2,6 +2,7 @@
 #include "engine/service/privatebus.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "taloversion.h"
 
 #include <QDBusReply>
 #include <QDir>
