@@ -197,7 +197,8 @@ touch /run/mark
 talo schedule add nightly --full --daily --at 03:00 >/dev/null
 picture >/run/before-attack
 attacked=$(service_pid)
-expect 0 as visitor /usr/bin/python3 /run/attack.py "$attacked"
+report=$(talo report list | sed -n 's/  .*//p' | head -n 1)
+expect 0 as visitor /usr/bin/python3 /run/attack.py "$attacked" "$report" "$id"
 [ "$(service_pid)" = "$attacked" ] || fail "the service did not live through it"
 picture >/run/after-attack
 diff /run/before-attack /run/after-attack || fail "something has changed"
