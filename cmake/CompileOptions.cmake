@@ -2,6 +2,7 @@
 
 option(BUILD_TESTING "Build the tests" ON)
 option(TALO_FUZZ "Build the fuzz targets for libFuzzer; needs clang" OFF)
+set(TALO_VERSION "" CACHE STRING "Version to build, instead of the sources' own")
 set(TALO_SANITIZE "" CACHE STRING "Sanitizers to build with, such as address,undefined")
 
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
@@ -24,8 +25,7 @@ target_compile_options(talo_options INTERFACE
     -fvisibility=hidden -fstack-protector-strong -fstack-clash-protection)
 target_compile_definitions(talo_options INTERFACE
     _GNU_SOURCE _FILE_OFFSET_BITS=64
-    QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050500
-    TALO_VERSION="${PROJECT_VERSION}")
+    QT_DEPRECATED_WARNINGS QT_DISABLE_DEPRECATED_BEFORE=0x050500)
 target_link_options(talo_options INTERFACE -Wl,-z,relro -Wl,-z,now -Wl,--as-needed)
 if(TALO_SANITIZE)
     target_compile_options(talo_options INTERFACE
@@ -38,6 +38,14 @@ else()
     target_compile_definitions(talo_options INTERFACE
         $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
+
+# As a plain variable where none was given: what a cache remembers would outlive a release.
+if(NOT TALO_VERSION)
+    set(TALO_VERSION ${PROJECT_VERSION})
+endif()
+configure_file(${CMAKE_CURRENT_LIST_DIR}/taloversion.h.in
+    ${CMAKE_BINARY_DIR}/generated/taloversion.h @ONLY)
+target_include_directories(talo_options INTERFACE ${CMAKE_BINARY_DIR}/generated)
 
 # For programs that confine themselves. The check of virtual tables looks whether memory is there in a
 # way that the sandbox forbids.

@@ -4,6 +4,7 @@
 #include "client/bus.h"
 #include "client/updaterun.h"
 #include "interface/names.h"
+#include "taloversion.h"
 
 #include <QDBusReply>
 

@@ -2,9 +2,9 @@
 
 #include "files/printable.h"
 #include "interface/names.h"
+#include "service/callers.h"
 #include "service/log.h"
 #include "service/polkit.h"
-#include "service/trustedcallers.h"
 #include "store/passwordstore.h"
 
 #include <QDBusConnectionInterface>
@@ -107,7 +107,7 @@ Refusal passwordNeeded(const QString &reason)
 } // namespace
 
 Authority::Authority(Users users, const QDBusConnection &bus, store::PasswordStore &passwords,
-                     TrustedCallers &trusted)
+                     Callers &trusted)
     : users_(users), bus_(bus), passwords_(passwords), trusted_(trusted)
 {
 }

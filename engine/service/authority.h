@@ -18,7 +18,7 @@ class PasswordStore;
 namespace talo::service
 {
 
-class TrustedCallers;
+class Callers;
 
 // What a caller may ask for, one value for each kind that could be granted apart from the others.
 // What each takes is in the table at the top of authority.cpp.
@@ -76,7 +76,7 @@ class Authority : public QObject
 public:
     enum class Users { JudgedByPolkit, OnlyOurOwn };
     Authority(Users users, const QDBusConnection &bus, store::PasswordStore &passwords,
-              TrustedCallers &trusted);
+              Callers &trusted);
 
     struct Question {
         Action action = Action::kEnd;
@@ -103,7 +103,7 @@ private:
     Users users_;
     QDBusConnection bus_;
     store::PasswordStore &passwords_;
-    TrustedCallers &trusted_;
+    Callers &trusted_;
     CallRate rate_;
     std::map<uint, unsigned> waiting_; // questions to polkit, of each user
 };

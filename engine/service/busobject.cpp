@@ -7,6 +7,7 @@
 #include "service/passwordservice.h"
 #include "service/shown.h"
 #include "store/reportstore.h"
+#include "taloversion.h"
 
 #include <QDBusMessage>
 
@@ -44,20 +45,6 @@ const char *errorName(ScanService::Refusal refusal)
     return interface::kErrorInvalid;
 }
 
-interface::JobState stateOf(store::Outcome outcome)
-{
-    switch (outcome) {
-    case store::Outcome::Completed:
-        return interface::Finished;
-    case store::Outcome::Stopped:
-        return interface::Stopped;
-    case store::Outcome::Interrupted:
-        return interface::Interrupted;
-    default:
-        return interface::Failed;
-    }
-}
-
 // An identifier becomes a file's name: nothing that could lead out of the quarantine's folder may
 // come near it.
 bool isIdentifier(const QString &id)
@@ -87,15 +74,8 @@ QDBusMessage answerTo(const QDBusMessage &question, const scan::Quarantine::Outc
 
 BusObject::BusObject(Rooms rooms) : rooms_(std::move(rooms))
 {
-    connect(&rooms_.scans, &ScanService::unwatchedThreat, this, &BusObject::ThreatFound);
-    connect(&rooms_.scans, &ScanService::scanEnded, this, &BusObject::announce);
-}
-
-void BusObject::announce(const ScanService::Ending &ending)
-{
-    if (ending.origin != ScanService::Origin::User)
-        emit ScanEnded(ending.type, stateOf(ending.outcome), ending.scanned, ending.files,
-                       ending.threats, ending.report);
+    connect(&rooms_.scans, &ScanService::unwatchedThreat, this, &BusObject::announceThreat);
+    connect(&rooms_.scans, &ScanService::scanEnded, this, &BusObject::announceEnd);
 }
 
 bool BusObject::permitted(Action action)

@@ -31,6 +31,7 @@ class ReportStore;
 namespace talo::service
 {
 
+class Callers;
 class GuardService;
 class PasswordService;
 class ProductUpdateService;
@@ -45,6 +46,7 @@ class BusObject : public QObject, protected QDBusContext
 public:
     struct Rooms {
         Authority &authority;
+        Callers &listeners; // to notices
         PasswordService &passwords;
         ScanService &scans;
         store::ReportStore &reports;
@@ -128,12 +130,8 @@ public:
     void StopSignatureUpdate(uint handle);
     interface::UpdateProgress SignatureUpdateProgress(uint handle);
 
-signals:
     // Notices
-    void ThreatFound(const QString &type, const QString &path, const QString &threat,
-                     const QString &outcome);
-    void ScanEnded(const QString &type, uint state, const QString &scanned, qulonglong files,
-                   qulonglong threats, const QString &report);
+    void Listen();
 
 private:
     using Work = std::function<void(const Call &)>;
@@ -148,7 +146,10 @@ private:
     void aside(const Call &call, std::function<QDBusMessage(const QDBusMessage &)> work);
     std::optional<store::Group> group(const QString &name); // sends an error where there is none
     void fail(const std::string &reason);                   // sends one if there is one
-    void announce(const ScanService::Ending &ending);
+    void announceThreat(const QString &type, const QString &path, const QString &threat,
+                        const QString &outcome);
+    void announceEnd(const ScanService::Ending &ending);
+    void tell(const char *notice, const QVariantList &arguments);
     void beginProgramUpdate(update::ProductUpdate::Want want);
     void control(uint job, bool (ScanService::*what)(uint));
     void controlUpdate(uint handle, bool (UpdateService::*what)(uint));

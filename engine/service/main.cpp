@@ -3,6 +3,7 @@
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/service.h"
+#include "taloversion.h"
 #include "update/releasekey.h"
 
 #include <QCommandLineParser>

@@ -1,8 +1,8 @@
 #include "service/passwordservice.h"
 
 #include "interface/names.h"
+#include "service/callers.h"
 #include "service/log.h"
-#include "service/trustedcallers.h"
 #include "store/passwordstore.h"
 
 namespace talo::service
@@ -45,7 +45,7 @@ void tellOfWrong(uint user)
 
 } // namespace
 
-PasswordService::PasswordService(store::PasswordStore &store, TrustedCallers &trusted,
+PasswordService::PasswordService(store::PasswordStore &store, Callers &trusted,
                                  const std::string &configurationFile)
     : store_(store), trusted_(trusted), reset_(store, configurationFile), attempts_(store)
 {

@@ -13,7 +13,7 @@
 namespace talo::service
 {
 
-class TrustedCallers;
+class Callers;
 
 // Lives on the service's main thread and answers the calls that it is given there; who may call is
 // known by then.
@@ -22,7 +22,7 @@ class PasswordService : public QObject
     Q_OBJECT
 
 public:
-    PasswordService(store::PasswordStore &store, TrustedCallers &trusted,
+    PasswordService(store::PasswordStore &store, Callers &trusted,
                     const std::string &configurationFile);
 
     // Copied wherever it is needed and wiped with the last copy.
@@ -44,7 +44,7 @@ private:
     void attempt(const Call &call, Attempts::Check check, Attempts::Done done);
 
     store::PasswordStore &store_;
-    TrustedCallers &trusted_;
+    Callers &trusted_;
     unsigned replaced_ = 0; // how often the password was, in the service's life
     PasswordReset reset_;
     Attempts attempts_;

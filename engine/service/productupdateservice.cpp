@@ -5,6 +5,7 @@
 #include "service/log.h"
 #include "service/paths.h"
 #include "service/shown.h"
+#include "taloversion.h"
 
 namespace talo::service
 {

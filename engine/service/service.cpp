@@ -8,6 +8,7 @@
 #include "schedule/clock.h"
 #include "service/authority.h"
 #include "service/busobject.h"
+#include "service/callers.h"
 #include "service/guardservice.h"
 #include "service/housekeeper.h"
 #include "service/log.h"
@@ -18,7 +19,6 @@
 #include "service/scheduleservice.h"
 #include "service/settingsservice.h"
 #include "service/signaturepools.h"
-#include "service/trustedcallers.h"
 #include "service/updateservice.h"
 #include "store/database.h"
 #include "store/passwordstore.h"
@@ -36,6 +36,7 @@
 #include "schedulesadaptor.h"
 #include "settingsadaptor.h"
 #include "statusadaptor.h"
+#include "taloversion.h"
 #include "updatesadaptor.h"
 
 #include <QCoreApplication>
@@ -148,7 +149,7 @@ void Service::openPasswords()
 {
     passwordStore_ = std::make_unique<store::PasswordStore>(*database_);
     passwordStore_->onFailure([](const std::string &what) { log(Level::Error, what); });
-    trusted_ = std::make_unique<TrustedCallers>(bus_);
+    trusted_ = std::make_unique<Callers>(bus_);
     // A bus by its address is somebody's own, also if root runs the service there.
     const bool forAll = options_.bus == QLatin1String("system");
     authority_ = std::make_unique<Authority>(forAll ? Authority::Users::JudgedByPolkit
@@ -185,9 +186,11 @@ ExitCode Service::publish()
     openGuards();
     program_ = std::make_unique<ProductUpdateService>(ProductUpdateService::Surroundings{
         options_.state, options_.configuration, options_.releaseKey});
-    object_ = std::make_unique<BusObject>(BusObject::Rooms{
-        *authority_, *passwords_, *scans_, *reports_, *quarantine_, *pools_, *housekeeper_,
-        *settings_, *schedules_, *guards_, *program_, *updates_, [this] { return signatures(); }});
+    listeners_ = std::make_unique<Callers>(bus_);
+    object_ = std::make_unique<BusObject>(
+        BusObject::Rooms{*authority_, *listeners_, *passwords_, *scans_, *reports_, *quarantine_,
+                         *pools_, *housekeeper_, *settings_, *schedules_, *guards_, *program_,
+                         *updates_, [this] { return signatures(); }});
     new StatusAdaptor(object_.get());
     new ScanAdaptor(object_.get());
     new SchedulesAdaptor(object_.get());

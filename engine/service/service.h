@@ -36,6 +36,7 @@ namespace talo::service
 
 class Authority;
 class BusObject;
+class Callers;
 class GuardService;
 class Housekeeper;
 class PasswordService;
@@ -44,7 +45,6 @@ class ScanService;
 class ScheduleService;
 class SettingsService;
 class SignaturePools;
-class TrustedCallers;
 class UpdateService;
 
 struct Options {
@@ -105,7 +105,8 @@ private:
     std::unique_ptr<GuardService> guards_;
     std::unique_ptr<schedule::Clock> clock_;
     std::unique_ptr<ScheduleService> schedules_;
-    std::unique_ptr<TrustedCallers> trusted_;
+    std::unique_ptr<Callers> trusted_;
+    std::unique_ptr<Callers> listeners_;
     std::unique_ptr<Authority> authority_;
     std::unique_ptr<PasswordService> passwords_;
     std::unique_ptr<ProductUpdateService> program_;

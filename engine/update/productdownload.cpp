@@ -1,6 +1,7 @@
 #include "update/productdownload.h"
 
 #include "files/result.h"
+#include "taloversion.h"
 
 #include <algorithm>
 #include <array>

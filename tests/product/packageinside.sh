@@ -6,6 +6,25 @@ package=$1
 . /run/steps.sh
 
 logs() { tail -n 30 /run/bus.log /run/panel.log /run/xvfb.log 2>/dev/null || true; }
+version() { talo --version | sed -n 's/^talo //p'; }
+# An array of bytes, as busctl takes one.
+bytes() { printf '%s ' "${#1}" && printf %s "$1" | od -An -v -tu1; }
+# exclusion Add|Remove FOLDER
+exclusion() {
+    # shellcheck disable=SC2046
+    expect 0 call Exclusions "$1" ayi $(bytes "$2") 401
+    says '^i 0$'
+}
+# What the panel shows, and a click there. panelplaces.cpp says what is where.
+shows() { grep -qE -- "^$1 .*${2:-}\$" /run/places/taloantivirus; }
+click() {
+    local where
+    await "the panel has no $1 to click" shows "$1"
+    where=$(sed -n "s/^$1 \([0-9]* [0-9]*\) .*/\1/p" /run/places/taloantivirus | head -n 1)
+    # shellcheck disable=SC2086
+    xdotool mousemove $where sleep 0.1 click 1
+}
+reported() { talo report list | grep -q "$1"; }
 # Every file that a package could have left, but for what the package manager keeps for itself.
 files() {
     find /boot /etc /opt /srv /usr /var -xdev \( -path /var/lib/dpkg -o -path /var/log \
@@ -20,7 +39,7 @@ make_users
 plant_malware
 mkdir -m 755 /run/dbus
 mkdir -m 1777 -p /tmp/.X11-unix
-cp /srv/papers/letter /srv/sample
+cp /srv/papers/letter /run/sample
 dbus-daemon --system --nofork --nopidfile --nosyslog 2>/run/bus.log &
 bus=$!
 await "the bus does not answer" dbus-send --system --print-reply --dest=org.freedesktop.DBus / \
@@ -78,7 +97,7 @@ for name in /tmp/talo-scan-planted /var/tmp/talo-update-planted; do
     as visitor ln -s /etc $name
 done
 as visitor mkdir -p /home/visitor/box
-cp /srv/sample /home/visitor/box/sample
+cp /run/sample /home/visitor/box/sample
 chown visitor: /home/visitor/box/sample
 expect 1 as sitter talo scan /home/visitor
 id=$(talo quarantine list | awk '/box.sample/ { print $1 }')
@@ -99,45 +118,98 @@ touch /run/mark
 talo schedule add nightly --full --daily --at 03:00 >/dev/null
 picture >/run/before-attack
 attacked=$(service_pid)
-expect 0 as visitor /usr/bin/python3 /run/attack.py "$attacked"
+report=$(talo report list | sed -n 's/  .*//p' | head -n 1)
+expect 0 as visitor /usr/bin/python3 /run/attack.py "$attacked" "$report" "$id"
 [ "$(service_pid)" = "$attacked" ] || fail "the service did not live through it"
 picture >/run/after-attack
 diff /run/before-attack /run/after-attack || fail "something has changed"
 expect 0 as visitor talo status
 rm /tmp/talo-scan-planted /var/tmp/talo-update-planted
 
-step "the panel, as an ordinary user"
-install -d -m 0700 -o visitor /run/visitor
-Xvfb :99 -screen 0 1280x1024x24 -nolisten tcp >/run/xvfb.log 2>&1 &
+step "the panel of an ordinary user: a full scan, and settings"
+# What would take minutes is left out, in the product's own way.
+for folder in /*; do
+    case $folder in
+    /boot | /etc | /home | /srv | /tmp | /var) ;;
+    *) [ -L "$folder" ] || left_out+=("$folder") ;;
+    esac
+done
+left_out+=(/var/cache /var/lib)
+for folder in "${left_out[@]}"; do
+    exclusion Add "$folder"
+done
+cp /run/sample /srv/papers/letter
+chmod 0600 /srv/papers/letter
+install -d -m 0700 -o sitter /run/sitter /run/places
+export DISPLAY=:99
+Xvfb $DISPLAY -screen 0 1280x1024x24 -nolisten tcp -noreset >/run/xvfb.log 2>&1 &
 display=$!
 # Its socket is there before it answers.
-await "there is no display" env DISPLAY=:99 xdotool getdisplaygeometry
-exec_as visitor DISPLAY=:99 XDG_RUNTIME_DIR=/run/visitor \
+await "there is no display" xdotool getdisplaygeometry
+exec_as sitter DISPLAY=$DISPLAY XDG_RUNTIME_DIR=/run/sitter TALO_PLACES=/run/places \
+    LD_PRELOAD=/run/libtalo_panel_places.so \
     /usr/local/taloantivirus/bin/taloantivirus >/run/panel.log 2>&1 &
 panel=$!
-await "the panel shows no window" env DISPLAY=:99 xdotool search --onlyvisible --class taloantivirus
+await "the panel shows no window" xdotool search --onlyvisible --class taloantivirus
+! reported 'Full Scan' || fail "there was a full scan already"
+click btnScan
+click btnFullScanBottom
+await "no report of the full scan comes" reported 'Full Scan'
+expect 0 talo report show "$(talo report list | sed -n 's/ *Full Scan.*//p')"
+says '/srv/papers/letter'
+[ ! -e /srv/papers/letter ] || fail "the full scan has left the file where it was"
+end "$(pgrep -x FullScan)"
+click '<_BACK'
+click btnSettings
+click btnGeneral
+await "the setting is not shown as it is" shows btnScanPacked on
+click btnScanPacked
+await "the setting was not switched" shows btnScanPacked off
+click btnApplyGeneral
+click OK
+expect 0 call Settings Get s General
+says '"ScanPacked" 0'
 end $panel
 end $display
 
-step "upgrade"
-dpkg-deb -R "$package" /run/newer
-sed -i 's/^Version: .*/&.1/' /run/newer/DEBIAN/control
-dpkg-deb --root-owner-group -b /run/newer /run/newer.deb >/dev/null
-expect 0 dpkg -i /run/newer.deb
+step "a full scan in the terminal"
+id=$(talo quarantine list | awk '/papers.letter/ { print $1 }' | tail -n 1)
+expect 0 talo quarantine restore "$id"
+[ "$(stat -c %a:%U /srv/papers/letter)" = 600:root ] || fail "the file did not come back as it was"
+expect 2 as visitor talo scan --full
+expect 1 as sitter talo scan --full
+says '/srv/papers/letter'
+[ ! -e /srv/papers/letter ] || fail "the full scan has left the file where it was"
+
+step "upgrade to a newer build"
+older=$(version)
+newer=$(dpkg-deb -f /run/newer/*.deb Version)
+[ "$older" = "$(dpkg-deb -f "$package" Version)" ] || fail "the program says it is $older"
+expect 0 dpkg -i /run/newer/*.deb
 ! kill -0 "$first" 2>/dev/null || fail "the service of the version before still runs"
+[ "$(version)" = "$newer" ] || fail "after the upgrade the program says it is $(version)"
 expect 0 as visitor talo status
+says "version $newer "
 second=$(service_pid)
 [ "$second" != "$first" ] || fail "no new service was started"
 expect 0 call Settings Get s General
 says '"ScanArchives" 0'
+says '"ScanPacked" 0'
+expect 0 call Exclusions List
+says '"/usr"'
+for folder in "${left_out[@]}"; do
+    exclusion Remove "$folder"
+done
 grep -q '^Passes = 2' /etc/taloantivirus/taloantivirus.conf || fail "the configuration was replaced"
 expect 0 talo quarantine list
 says '/srv/papers/letter'
-id=$(awk '/letter/ { print $1 }' /run/said)
+id=$(awk '/papers.letter/ { print $1 }' /run/said | tail -n 1)
 expect 0 talo quarantine restore "$id"
 [ "$(stat -c %a:%U /srv/papers/letter)" = 600:root ] || fail "the file did not come back as it was"
 expect 0 talo report list
-says '2[0-9]{3}-'
+says 'Full Scan'
+expect 0 talo schedule list
+says 'nightly'
 
 step "a store of the first version is migrated"
 end "$second"

@@ -43,6 +43,11 @@ for script in postinst prerm postrm; do
     silent sh -n "$folder/control/$script"
 done
 
+# One address for everything that somebody could have to write about.
+maintainer=$(dpkg-deb -f "$package" Maintainer)
+zcat "$folder/usr/share/doc/taloantivirus/changelog.gz" | grep -qF -- "-- $maintainer  " ||
+    { echo "the changelog does not name $maintainer"; wrong=1; }
+
 # Units: with the programs where the package has them.
 for unit in "$folder"/lib/systemd/system/*.service; do
     cp "$unit" "$folder/control"

@@ -37,7 +37,7 @@ void Agent::listen(EngineLink *link)
     connect(link, &EngineLink::status, this, &Agent::tellSignatures);
     // The end of its scans will not be told any more.
     connect(link, &EngineLink::serviceGone, this, [this] { running_.clear(); });
-    connect(&hourly_, &QTimer::timeout, link, &EngineLink::askStatus);
+    connect(&hourly_, &QTimer::timeout, link, &EngineLink::greet);
     link->open();
 }
 

@@ -59,22 +59,35 @@ void EngineLink::open()
         new QDBusServiceWatcher(service, bus_, QDBusServiceWatcher::WatchForOwnerChange, this);
     connect(watcher, &QDBusServiceWatcher::serviceOwnerChanged, this, &EngineLink::ownerChanged);
     watcher_ = watcher;
-    askStatus();
+    greet();
 }
 
-void EngineLink::askStatus()
+void EngineLink::greet()
 {
     if (!bus_.isConnected())
         return;
-    QDBusMessage question = client::Bus::message(interface::kStatus, "GetStatus");
+    ask(interface::kNotices, "Listen", [](const QDBusPendingCall &answer) {
+        const QDBusError error = answer.error();
+        if (error.isValid() && error.type() != QDBusError::ServiceUnknown)
+            qWarning("The service tells of nothing: %s", qUtf8Printable(error.message()));
+    });
+    ask(interface::kStatus, "GetStatus", [this](const QDBusPendingCall &answer) {
+        const QDBusPendingReply<QVariantMap> reply = answer;
+        if (!reply.isError())
+            emit status(reply.value());
+    });
+}
+
+void EngineLink::ask(const char *interface, const char *method,
+                     const std::function<void(const QDBusPendingCall &)> &answered)
+{
+    QDBusMessage question = client::Bus::message(interface, method);
     question.setAutoStartService(false);
     auto *answer = new QDBusPendingCallWatcher(
         bus_.asyncCall(question, static_cast<int>(client::Bus::kPatience.count())), this);
-    connect(answer, &QDBusPendingCallWatcher::finished, this, [this, answer] {
+    connect(answer, &QDBusPendingCallWatcher::finished, this, [answer, answered] {
         answer->deleteLater();
-        const QDBusPendingReply<QVariantMap> reply = *answer;
-        if (!reply.isError())
-            emit status(reply.value());
+        answered(*answer);
     });
 }
 
@@ -96,7 +109,7 @@ void EngineLink::ownerChanged(const QString & /*service*/, const QString &before
     if (!before.isEmpty())
         emit serviceGone();
     if (!after.isEmpty())
-        askStatus();
+        greet();
 }
 
 void EngineLink::lost()

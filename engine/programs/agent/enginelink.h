@@ -4,11 +4,13 @@
 #include "programs/agent/noticewords.h"
 
 #include <QDBusConnection>
+#include <QDBusPendingCall>
 #include <QObject>
 #include <QTimer>
 #include <QVariantMap>
 
 #include <chrono>
+#include <functional>
 
 namespace talo::programs
 {
@@ -25,8 +27,9 @@ public:
 
     void open();
 
-    // Leads to status() where the service runs.
-    void askStatus();
+    // Where the service runs, asks it to be told of what happens, and leads to status(). To be said
+    // now and again: it may have been refused at a busy moment.
+    void greet();
 
 signals:
     void threatFound(const QString &scanType, const talo::programs::FoundThreat &threat);
@@ -43,6 +46,9 @@ private slots:
     void lost();
 
 private:
+    void ask(const char *interface, const char *method,
+             const std::function<void(const QDBusPendingCall &)> &answered);
+
     QString address_;
     QDBusConnection bus_;
     QObject *watcher_ = nullptr;

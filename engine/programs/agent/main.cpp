@@ -5,6 +5,7 @@
 #include "interface/busconnection.h"
 #include "language/language.h"
 #include "programs/words.h"
+#include "taloversion.h"
 
 #include <QCommandLineParser>
 #include <QCoreApplication>

@@ -6,6 +6,7 @@
 #include "programs/terminalrun.h"
 #include "programs/usage.h"
 #include "programs/words.h"
+#include "taloversion.h"
 
 #include <QCoreApplication>
 

@@ -14,6 +14,7 @@
 #include "engine/processchecks.h"
 #include "engine/product_registration.h"
 #include "engine/updates.h"
+#include "taloversion.h"
 
 #include <gtest/gtest.h>
 

@@ -3,6 +3,7 @@
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
 #include "engine/service/privatebus.h"
+#include "taloversion.h"
 
 #include <QtTest>
 

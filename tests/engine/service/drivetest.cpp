@@ -67,6 +67,7 @@ public slots:
     {
         endings_.append({type, state, scanned, files, threats, report});
     }
+    void overheard() { ++overheard_; }
 
 private slots:
     void initTestCase();
@@ -104,6 +105,8 @@ private:
     std::unique_ptr<UsbTree> tree_;
     std::unique_ptr<Program> service_;
     QDBusConnection caller_{QStringLiteral("caller")};
+    QDBusConnection stranger_{QStringLiteral("stranger")}; // has not asked to be told
+    int overheard_ = 0;
     QString loop_;
     QString place_;
     QString stick_;
@@ -150,6 +153,10 @@ void DriveTest::init()
     caller_ = bus_->connect("caller");
     QVERIFY(caller_.connect(kService, kObject, kNotices, "ScanEnded", this,
                             SLOT(ended(QString, uint, QString, qulonglong, qulonglong, QString))));
+    stranger_ = bus_->connect("stranger");
+    for (const char *signal : {"ThreatFound", "ScanEnded"})
+        QVERIFY(stranger_.connect(kService, kObject, kNotices, signal, this, SLOT(overheard())));
+    overheard_ = 0;
     QVERIFY(storeQuickly(folder_->filePath("state"), "secret"));
     start();
 }
@@ -171,6 +178,7 @@ void DriveTest::start()
                             {"--guard", "--signatures", folder_->filePath("set")});
     QVERIFY(service_ != nullptr);
     QVERIFY(QDBusReply<bool>(ask(caller_, kPassword, "Validate", {QByteArray("secret")})).value());
+    QCOMPARE(ask(caller_, kNotices, "Listen").type(), QDBusMessage::ReplyMessage);
 }
 
 void DriveTest::plugIn()
@@ -229,6 +237,10 @@ void DriveTest::scansADriveThatArrives()
     QCOMPARE(end.threats, qulonglong{1});
     QCOMPARE(end.files, qulonglong{2});
     QVERIFY(report(end.report).contains("Talo.Test.Eicar"));
+    // What comes after it on that connection is there, so a notice would be too.
+    QCOMPARE(ask(stranger_, kStatus, "GetStatus").type(), QDBusMessage::ReplyMessage);
+    QCoreApplication::processEvents();
+    QCOMPARE(overheard_, 0);
     // Once for a drive, however often it is mounted; again when it comes again.
     QVERIFY(QDir().mkpath(folder_->filePath("again")));
     QCOMPARE(run("mount --bind " + place_ + ' ' + folder_->filePath("again")), QString());

@@ -2,6 +2,7 @@
 #include "engine/service/privatebus.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "taloversion.h"
 
 #include <QDBusReply>
 #include <QDir>
@@ -429,6 +430,7 @@ void ServiceTest::refusesOtherUsers()
         {QString(kScan) + ".Stop", "uint32:1"},
         {QString(kScan) + ".Progress", "uint32:1", "uint32:0"},
         {QString(kScan) + ".Running"},
+        {QString(kNotices) + ".Listen"},
         {QString(kReports) + ".List", "string:", "string:"},
         {QString(kReports) + ".Read", "string:x"},
         {QString(kReports) + ".Delete", "string:x"},

@@ -9,10 +9,10 @@ namespace talo::tests
 {
 
 FakeEngine::FakeEngine(const QString &bus, Name name)
-    : bus_(QDBusConnection::connectToBus(bus, QUuid::createUuid().toString()))
+    : name_(name), bus_(QDBusConnection::connectToBus(bus, QUuid::createUuid().toString()))
 {
     bus_.registerObject(QString::fromLatin1(interface::kObject), this,
-                        QDBusConnection::ExportScriptableSlots);
+                        QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportAdaptors);
     if (name == Name::Owned)
         bus_.registerService(QString::fromLatin1(interface::kService));
 }
@@ -41,8 +41,16 @@ void FakeEngine::tellWrongly(const QString &signal) const
 
 void FakeEngine::tell(const QString &signal, const QVariantList &arguments) const
 {
-    QDBusMessage message = QDBusMessage::createSignal(
-        QString::fromLatin1(interface::kObject), QString::fromLatin1(interface::kNotices), signal);
+    const QString object = QString::fromLatin1(interface::kObject);
+    const QString notices = QString::fromLatin1(interface::kNotices);
+    if (name_ == Name::NotOwned)
+        send(QDBusMessage::createSignal(object, notices, signal), arguments);
+    for (const QString &listener : notices_->listeners())
+        send(QDBusMessage::createTargetedSignal(listener, object, notices, signal), arguments);
+}
+
+void FakeEngine::send(QDBusMessage message, const QVariantList &arguments) const
+{
     message.setArguments(arguments);
     bus_.send(message);
 }

@@ -1,13 +1,33 @@
 // The service's notices and status, played on a bus of the test's.
 #pragma once
 
+#include <QDBusAbstractAdaptor>
 #include <QDBusConnection>
+#include <QDBusMessage>
 #include <QObject>
 #include <QString>
+#include <QStringList>
 #include <QVariantMap>
 
 namespace talo::tests
 {
+
+// Who wants to be told.
+class FakeNotices : public QDBusAbstractAdaptor
+{
+    Q_OBJECT
+    Q_CLASSINFO("D-Bus Interface", "org.taloantivirus.Engine1.Notices")
+
+public:
+    explicit FakeNotices(QObject *parent) : QDBusAbstractAdaptor(parent) {}
+    const QStringList &listeners() const { return listeners_; }
+
+public slots:
+    void Listen(const QDBusMessage &message) { listeners_ << message.service(); }
+
+private:
+    QStringList listeners_;
+};
 
 class FakeEngine : public QObject
 {
@@ -15,6 +35,7 @@ class FakeEngine : public QObject
     Q_CLASSINFO("D-Bus Interface", "org.taloantivirus.Engine1.Status")
 
 public:
+    // Whoever does not own the service's name is asked by nobody, and tells everybody.
     enum class Name { Owned, NotOwned };
     explicit FakeEngine(const QString &bus, Name name = Name::Owned);
     ~FakeEngine() override;
@@ -34,7 +55,10 @@ public slots:
 
 private:
     void tell(const QString &signal, const QVariantList &arguments) const;
+    void send(QDBusMessage message, const QVariantList &arguments) const;
 
+    FakeNotices *const notices_ = new FakeNotices(this);
+    const Name name_;
     QDBusConnection bus_;
     QVariantMap status_;
     int asked_ = 0;

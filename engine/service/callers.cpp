@@ -1,4 +1,4 @@
-#include "service/trustedcallers.h"
+#include "service/callers.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
@@ -6,14 +6,14 @@
 namespace talo::service
 {
 
-TrustedCallers::TrustedCallers(const QDBusConnection &bus)
+Callers::Callers(const QDBusConnection &bus)
 {
     watcher_.setConnection(bus);
     watcher_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
-    connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, &TrustedCallers::forget);
+    connect(&watcher_, &QDBusServiceWatcher::serviceUnregistered, this, &Callers::forget);
 }
 
-void TrustedCallers::add(const QString &caller)
+void Callers::add(const QString &caller)
 {
     callers_.insert(caller);
     watcher_.addWatchedService(caller);
@@ -23,13 +23,13 @@ void TrustedCallers::add(const QString &caller)
         forget(caller);
 }
 
-void TrustedCallers::forget(const QString &caller)
+void Callers::forget(const QString &caller)
 {
     callers_.remove(caller);
     watcher_.removeWatchedService(caller);
 }
 
-void TrustedCallers::forgetAllBut(const QString &caller)
+void Callers::forgetAllBut(const QString &caller)
 {
     const QSet<QString> all = callers_;
     for (const QString &one : all)

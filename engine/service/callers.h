@@ -1,4 +1,5 @@
-// The connections on which the settings password was given.
+// Connections that something is remembered of: that the settings password was given on them, or
+// that they want to be told of what happens.
 #pragma once
 
 #include <QDBusConnection>
@@ -11,14 +12,16 @@ namespace talo::service
 
 // Callers are unique bus names, which a bus never gives twice. One that leaves the bus is
 // forgotten. Lives on the service's main thread.
-class TrustedCallers : public QObject
+class Callers : public QObject
 {
     Q_OBJECT
 
 public:
-    explicit TrustedCallers(const QDBusConnection &bus);
+    explicit Callers(const QDBusConnection &bus);
 
     bool contains(const QString &caller) const { return callers_.contains(caller); }
+    QDBusConnection bus() const { return watcher_.connection(); }
+    const QSet<QString> &all() const { return callers_; }
     void add(const QString &caller);
     // After the password was replaced the old one is worth nothing; the caller who replaced it by
     // giving it stays.
