@@ -15,6 +15,7 @@ public:
     explicit ElidedLabel(QWidget *parent = nullptr);
 
     void setFullText(const QString &text);
+    QString fullText() const { return fullText_; }
     QSize minimumSizeHint() const override;
 
 protected:
