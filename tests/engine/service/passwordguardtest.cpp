@@ -79,6 +79,7 @@ const QStringList kOpen{
     "Password.Reset",
     "Schedules.Details",
     "Schedules.All",
+    "Notices.Listen",
     "ProductUpdate.CheckProgram",
     "ProductUpdate.UpdateProgram",
     "ProductUpdate.StopProgramUpdate",
