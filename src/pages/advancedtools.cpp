@@ -1,5 +1,6 @@
 #include "pages/advancedtools.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 
@@ -43,9 +44,7 @@ void AdvancedTools::createTop()
 
 void AdvancedTools::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("advancedtoolsmiddle");
-    middle_->setFixedSize(650, 200);
+    middle_ = talo::createBand(this, "advancedtoolsmiddle", 200);
 
     // The line breaks push the words below the picture that the style sheet draws.
     const Tile tiles[] = {
@@ -69,7 +68,5 @@ void AdvancedTools::createMiddle()
 
 void AdvancedTools::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setObjectName("homebottom");
-    bottom_->setFixedSize(650, 100);
+    bottom_ = talo::createBand(this, "homebottom", 100);
 }

@@ -1,6 +1,7 @@
 #include "pages/configureschedulescan.h"
 
 #include "engine/libschedulescan.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/messages.h"
@@ -165,7 +166,7 @@ QHBoxLayout *ConfigureScheduleScan::createTimeRow()
 
 void ConfigureScheduleScan::createBottom()
 {
-    bottom_ = talo::createScheduleBottom(this);
+    bottom_ = talo::createBand(this, "bottomschedulescan", 50);
 
     auto *cancel = talo::createTextButton(bottom_, "", tr("CANCEL"));
     connect(cancel, SIGNAL(clicked(bool)), this, SIGNAL(ShowScheduleScanPage()));

@@ -2,6 +2,7 @@
 
 #include "engine/libpassword.h"
 #include "engine/libsettings.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/messages.h"
@@ -59,18 +60,14 @@ void Datatheft::createTop()
 
 void Datatheft::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("datatheftmiddle");
-    middle_->setFixedSize(650, 300);
+    middle_ = talo::createBand(this, "datatheftmiddle", 300);
 
     // The text is for who cannot see the picture; the button draws the picture alone.
-    auto *icon = new QToolButton(middle_);
-    icon->setObjectName("iconDataTheft");
-    icon->setToolButtonStyle(Qt::ToolButtonIconOnly);
-    icon->setIconSize(QSize(50, 50));
-    icon->setFocusPolicy(Qt::NoFocus);
-    icon->setText(tr("  Data theft protection block unathorized copying of data from\n"
-                     "  your computer to unauthorized USB drives."));
+    QToolButton *icon =
+        talo::createPicture(middle_, "iconDataTheft", 50,
+                            tr("  Data theft protection block unathorized copying of data from\n"
+                               "  your computer to unauthorized USB drives."),
+                            Qt::ToolButtonIconOnly);
 
     auto *iconRow = talo::createRow();
     iconRow->addStretch(1);
@@ -86,9 +83,7 @@ void Datatheft::createMiddle()
 
 QWidget *Datatheft::createOptions()
 {
-    auto *options = new QWidget(middle_);
-    options->setObjectName("updatecontainer");
-    options->setFixedSize(650, 200);
+    QWidget *options = talo::createBand(middle_, "updatecontainer", 200);
 
     auto *row = talo::createRow(options);
     row->addStretch(1);
@@ -140,9 +135,7 @@ QBoxLayout *Datatheft::createState(QWidget *options)
 
 void Datatheft::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setObjectName("datatheftbottom");
-    bottom_->setFixedSize(650, 50);
+    bottom_ = talo::createBand(this, "datatheftbottom", 50);
 
     auto *apply = talo::createTextButton(bottom_, "", tr("APPLY"));
     connect(apply, SIGNAL(clicked(bool)), this, SLOT(btnApplyClicked()));

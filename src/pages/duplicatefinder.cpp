@@ -1,6 +1,7 @@
 #include "pages/duplicatefinder.h"
 
 #include "engine/libduplicatefinder.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/duplicatefinderthread.h"
 #include "pages/headerband.h"
@@ -98,16 +99,10 @@ void DuplicateFinder::createTop()
 
 void DuplicateFinder::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("DuplicateFinderbottom");
-    middle_->setFixedSize(650, 300);
+    middle_ = talo::createBand(this, "DuplicateFinderbottom", 300);
 
-    auto *description = new QToolButton(middle_);
-    description->setObjectName("iconDuplicateFinder");
-    description->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    description->setIconSize(QSize(50, 50));
-    description->setFocusPolicy(Qt::NoFocus);
-    description->setText(
+    QToolButton *description = talo::createPicture(
+        middle_, "iconDuplicateFinder", 50,
         tr("  Duplicate file finder searches your system for copies of files and deletes them\n"
            "  with your approval. This helps to increase the space on your hard drive"));
 
@@ -157,9 +152,7 @@ QBoxLayout *DuplicateFinder::createFolderRow()
 
 QWidget *DuplicateFinder::createResults()
 {
-    auto *container = new QWidget(middle_);
-    container->setObjectName("updatecontainer");
-    container->setFixedSize(650, 150);
+    QWidget *container = talo::createBand(middle_, "updatecontainer", 150);
 
     results_ = new QTreeWidget(container);
     results_->setFixedSize(650, 150);
@@ -172,9 +165,7 @@ QWidget *DuplicateFinder::createResults()
 
 void DuplicateFinder::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setObjectName("DuplicateFinderbottom");
-    bottom_->setFixedSize(650, 50);
+    bottom_ = talo::createBand(this, "DuplicateFinderbottom", 50);
 
     status_ = new QLabel(tr("Select the directory to find duplicate files"), bottom_);
     status_->setTextFormat(Qt::PlainText); // a file's name may look like markup

@@ -1,6 +1,7 @@
 #include "pages/excludescan.h"
 
 #include "engine/libexcludesetting.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/exclusionkinds.h"
 #include "pages/messages.h"
@@ -64,12 +65,8 @@ void ExcludeScan::createTop()
     top_->setFixedSize(400, 120);
     top_->setContentsMargins(20, 5, 0, 0);
 
-    auto *caption = new QToolButton(top_);
-    caption->setObjectName("iconRptViewer");
-    caption->setFocusPolicy(Qt::NoFocus);
-    caption->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    caption->setIconSize(QSize(25, 25));
-    caption->setText(tr(" Exclude items from scanning"));
+    QToolButton *caption =
+        talo::createPicture(top_, "iconRptViewer", 25, tr(" Exclude items from scanning"));
 
     auto *column = talo::createColumn(top_);
     column->addSpacing(10);

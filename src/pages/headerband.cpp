@@ -1,5 +1,6 @@
 #include "pages/headerband.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
 
 #include <QBoxLayout>
@@ -12,10 +13,7 @@ namespace talo
 
 HeaderBand createHeaderBand(QWidget *page, const QString &title, int gap)
 {
-    auto *band = new QWidget(page);
-    band->setObjectName("scantop");
-    band->setFixedSize(650, 50);
-    band->setContentsMargins(0, 0, 0, 0);
+    QWidget *band = createBand(page, "scantop", 50);
 
     auto *back = new QToolButton(band);
     back->setText(QCoreApplication::translate("HeaderBand", " < BACK "));

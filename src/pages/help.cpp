@@ -1,6 +1,7 @@
 #include "pages/help.h"
 
 #include "engine/updates.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/website.h"
 
@@ -35,15 +36,9 @@ Help::Help(QWidget *parent) : QWidget(parent)
 
 void Help::createTop()
 {
-    top_ = new QWidget(this);
-    top_->setFixedSize(650, 50);
+    top_ = talo::createBand(this, "", 50);
 
-    auto *title = new QToolButton(top_);
-    title->setObjectName("helpPageTitle");
-    title->setText(tr(" Help"));
-    title->setFocusPolicy(Qt::NoFocus);
-    title->setIconSize(QSize(20, 20));
-    title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    QToolButton *title = talo::createPicture(top_, "helpPageTitle", 20, tr(" Help"));
 
     auto *row = talo::createRow(top_);
     row->addSpacing(10);
@@ -53,9 +48,7 @@ void Help::createTop()
 
 void Help::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("helpmiddle");
-    middle_->setFixedSize(650, 400);
+    middle_ = talo::createBand(this, "helpmiddle", 400);
 
     tabButtons_ = {createTabButton("btnAbout", tr("About"), SLOT(btnAboutClicked())),
                    createTabButton("btnFaq", tr("FAQ"), SLOT(btnFaqClicked())),

@@ -1,5 +1,6 @@
 #include "pages/home.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
 
 #include <QBoxLayout>
@@ -49,9 +50,7 @@ Home::Home(QWidget *parent) : QWidget(parent)
 
 void Home::createTop()
 {
-    top_ = new QWidget(this);
-    top_->setFixedSize(650, 100);
-    top_->setContentsMargins(0, 0, 0, 0);
+    top_ = talo::createBand(this, "", 100);
 
     btnSecureLogo_ = new QToolButton(top_);
     btnSecureLogo_->setObjectName("btnSecureLogo");
@@ -83,10 +82,7 @@ void Home::createTop()
 
 void Home::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("homemiddle");
-    middle_->setFixedSize(650, 200);
-    middle_->setContentsMargins(0, 0, 0, 0);
+    middle_ = talo::createBand(this, "homemiddle", 200);
 
     // The line break pushes the word below the picture that the style sheet draws.
     const Link tiles[] = {
@@ -107,10 +103,7 @@ void Home::createMiddle()
 
 void Home::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setObjectName("homebottom");
-    bottom_->setFixedSize(650, 100);
-    bottom_->setContentsMargins(0, 0, 0, 0);
+    bottom_ = talo::createBand(this, "homebottom", 100);
 
     const Link links[] = {
         {"btnMobileApps", tr(" Mobile App"), SIGNAL(ShowMobileAppPage())},

@@ -1,5 +1,6 @@
 #include "pages/mobileapp.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/website.h"
@@ -31,19 +32,15 @@ void MobileApp::createTop()
 
 void MobileApp::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("scheduelscanmiddle");
-    middle_->setFixedSize(650, 370);
+    middle_ = talo::createBand(this, "scheduelscanmiddle", 370);
 
     // The button shows its icon alone; the text is what a screen reader says.
-    auto *icon = new QToolButton(middle_);
-    icon->setObjectName("iconMobileApp");
-    icon->setToolButtonStyle(Qt::ToolButtonIconOnly);
-    icon->setIconSize(QSize(50, 50));
-    icon->setFocusPolicy(Qt::NoFocus);
-    icon->setText(tr("  TALO Mobile Security guards your phone and tablet as TALO Antivirus\n"
-                     "  guards this computer. It checks every app that you install, and finds\n"
-                     "  your device again when it is lost."));
+    QToolButton *icon = talo::createPicture(
+        middle_, "iconMobileApp", 50,
+        tr("  TALO Mobile Security guards your phone and tablet as TALO Antivirus\n"
+           "  guards this computer. It checks every app that you install, and finds\n"
+           "  your device again when it is lost."),
+        Qt::ToolButtonIconOnly);
 
     auto *iconRow = talo::createRow();
     iconRow->addStretch(1);
@@ -59,9 +56,7 @@ void MobileApp::createMiddle()
 
 QWidget *MobileApp::createStores()
 {
-    auto *box = new QWidget(middle_);
-    box->setObjectName("updatecontainer");
-    box->setFixedSize(650, 255);
+    QWidget *box = talo::createBand(middle_, "updatecontainer", 255);
 
     auto *row = talo::createRow();
     row->addStretch(1);

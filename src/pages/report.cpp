@@ -1,6 +1,7 @@
 #include "pages/report.h"
 
 #include "engine/libreports.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/listtable.h"
@@ -60,10 +61,8 @@ void Report::createTop()
 
 void Report::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setFixedSize(650, 310);
+    middle_ = talo::createBand(this, "scheduelscanmiddle", 310);
     middle_->setContentsMargins(10, 0, 10, 0);
-    middle_->setObjectName("scheduelscanmiddle");
 
     QHBoxLayout *filter = createFilterRow();
     createTable();
@@ -168,10 +167,7 @@ void Report::createTable()
 
 void Report::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setFixedSize(650, 50);
-    bottom_->setObjectName("bottomschedulescan");
-    bottom_->setContentsMargins(0, 0, 0, 0);
+    bottom_ = talo::createBand(this, "bottomschedulescan", 50);
 
     btnDelete_ = new QToolButton(bottom_);
     btnDelete_->setText(tr("DELETE"));

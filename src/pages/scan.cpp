@@ -2,6 +2,7 @@
 
 #include "engine/liblastfullscandetails.h"
 #include "engine/processchecks.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/messages.h"
@@ -108,10 +109,7 @@ void Scan::createTop()
 
 void Scan::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("scanmiddle");
-    middle_->setFixedSize(650, 150);
-    middle_->setContentsMargins(0, 0, 0, 0);
+    middle_ = talo::createBand(this, "scanmiddle", 150);
 
     QToolButton *left = createArrow(middle_, "btnLeftNav", tr("Previous scan type"));
     connect(left, SIGNAL(clicked(bool)), this, SLOT(btnLeftNavClicked()));
@@ -170,9 +168,7 @@ QWidget *Scan::createSlide(const Kind &kind)
 
 void Scan::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setFixedSize(650, 150);
-    bottom_->setContentsMargins(0, 0, 0, 0);
+    bottom_ = talo::createBand(this, "", 150);
 
     band_ = new QGridLayout(bottom_);
     band_->setContentsMargins(0, 0, 0, 0);

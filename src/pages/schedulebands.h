@@ -1,4 +1,4 @@
-// The bands that the list of scheduled scans and its editor have in common.
+// The middle band that the list of scheduled scans and its editor have in common.
 #pragma once
 
 #include <QString>
@@ -15,7 +15,5 @@ struct ScheduleMiddle {
 };
 
 ScheduleMiddle createScheduleMiddle(QWidget *page, const QString &caption);
-
-QWidget *createScheduleBottom(QWidget *page);
 
 } // namespace talo

@@ -1,6 +1,7 @@
 #include "pages/schedulescan.h"
 
 #include "engine/libschedulescan.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/listtable.h"
@@ -75,7 +76,7 @@ void ScheduleScan::createTable()
 
 void ScheduleScan::createBottom()
 {
-    bottom_ = talo::createScheduleBottom(this);
+    bottom_ = talo::createBand(this, "bottomschedulescan", 50);
 
     btnRemove_ = talo::createTextButton(bottom_, "", tr("REMOVE"));
     connect(btnRemove_, SIGNAL(clicked(bool)), this, SLOT(btnRemoveSchClicked()));

@@ -1,8 +1,8 @@
 // The settings page itself: its header and its tabs.
 #include "pages/settings.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
-#include "pages/settingswidgets.h"
 #include "pages/textbutton.h"
 
 #include <QBoxLayout>
@@ -33,16 +33,9 @@ Settings::Settings(QWidget *parent) : QWidget(parent)
 
 void Settings::createTop()
 {
-    top_ = new QWidget(this);
-    top_->setFixedSize(650, 50);
-    top_->setContentsMargins(0, 0, 0, 0);
+    top_ = talo::createBand(this, "", 50);
 
-    auto *title = new QToolButton(top_);
-    title->setObjectName("settingsPageTitle");
-    title->setText(tr(" Settings"));
-    title->setFocusPolicy(Qt::NoFocus);
-    title->setIconSize(QSize(20, 20));
-    title->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
+    QToolButton *title = talo::createPicture(top_, "settingsPageTitle", 20, tr(" Settings"));
 
     // One name for both links gives them one look.
     auto *password = createSlotButton(top_, "btnImportExport", tr("Manage Password"),
@@ -62,10 +55,7 @@ void Settings::createTop()
 
 void Settings::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("settingmiddle");
-    middle_->setFixedSize(650, 400);
-    middle_->setContentsMargins(0, 0, 0, 0);
+    middle_ = talo::createBand(this, "settingmiddle", 400);
 
     btnScanSettings_ =
         createTabButton(middle_, "btnScanSettings", tr("Scan"), SLOT(btnScanSettingsClicked()));
@@ -98,7 +88,7 @@ void Settings::createMiddle()
 
 QWidget *Settings::createScanSettingPage()
 {
-    QWidget *page = talo::createSubPage(tabs_, "scansettingpage", QSize(650, 350));
+    QWidget *page = talo::createBand(tabs_, "scansettingpage", 350);
 
     btnGeneral_ = createTabButton(page, "btnGeneral", tr("General"), SLOT(btnGeneralClicked()));
     btnGeneral_->setChecked(true);

@@ -3,12 +3,12 @@
 
 #include "engine/libexcludesetting.h"
 #include "engine/notifysettingchange.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/excludescan.h"
 #include "pages/exclusionkinds.h"
 #include "pages/listtable.h"
 #include "pages/messages.h"
-#include "pages/settingswidgets.h"
 
 #include <QBoxLayout>
 #include <QStackedWidget>
@@ -36,8 +36,7 @@ void fillRows(QTableWidget *table, int firstRow, const std::string &entries, int
 // The names of the page and of its buttons are other pages' and bring their look along.
 QWidget *Settings::createScanExcludeListConfigurationPage()
 {
-    QWidget *page =
-        talo::createSubPage(scanTabs_, "scanexternaldriveconfigsettingpage", QSize(650, 320));
+    QWidget *page = talo::createBand(scanTabs_, "scanexternaldriveconfigsettingpage", 320);
     page->setContentsMargins(20, 0, 20, 0);
 
     excludeListTbl_ = new QTableWidget(0, 2, page);

@@ -1,6 +1,7 @@
 // The settings' sub-pages that hold switches and boxes.
 #include "pages/settings.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/settingsactions.h"
 #include "pages/settingswidgets.h"
@@ -27,7 +28,7 @@ QVBoxLayout *createCaptionedBox(QLabel *caption, QComboBox *box)
 
 QWidget *Settings::createScanConfigurationPage()
 {
-    QWidget *page = talo::createSubPage(scanTabs_, "scanconfigsettingpage", QSize(650, 320));
+    QWidget *page = talo::createBand(scanTabs_, "scanconfigsettingpage", 320);
     auto *column = talo::createColumn(page);
     column->addStretch();
     column->addLayout(createSwitchRow(page, btnScanArchive_, "btnScanArchive", tr("Scan Archive"),
@@ -44,7 +45,7 @@ QWidget *Settings::createScanConfigurationPage()
 
 QWidget *Settings::createScanActionConfigurationPage()
 {
-    QWidget *page = talo::createSubPage(scanTabs_, "scanactionsconfigsettingpage", QSize(650, 300));
+    QWidget *page = talo::createBand(scanTabs_, "scanactionsconfigsettingpage", 300);
     auto *column = talo::createColumn(page);
     column->addStretch();
     column->addLayout(createActionRow(page, infected_, tr("First action for infected files"),
@@ -66,8 +67,7 @@ QWidget *Settings::createScanActionConfigurationPage()
 // The buttons of this page and of the update page borrow other pages' names for their look.
 QWidget *Settings::createScanExternalDriveConfigurationPage()
 {
-    QWidget *page =
-        talo::createSubPage(scanTabs_, "scanexternaldriveconfigsettingpage", QSize(650, 320));
+    QWidget *page = talo::createBand(scanTabs_, "scanexternaldriveconfigsettingpage", 320);
     auto *column = talo::createColumn(page);
     column->addStretch();
     column->addLayout(createSwitchRow(page, btnExternalDriveScan_, "btnExternalDriveScan",
@@ -83,7 +83,7 @@ QWidget *Settings::createScanExternalDriveConfigurationPage()
 
 QWidget *Settings::createWebAndEmailSettingPage()
 {
-    QWidget *page = talo::createSubPage(tabs_, "firewallsettingpage", QSize(650, 350));
+    QWidget *page = talo::createBand(tabs_, "firewallsettingpage", 350);
     auto *column = talo::createColumn(page);
     column->addStretch();
     column->addLayout(createSwitchRow(page, btnFirewallConfig_, "btnFirewallConfig", tr("Firewall"),
@@ -97,7 +97,7 @@ QWidget *Settings::createWebAndEmailSettingPage()
 
 QWidget *Settings::createUpdateSettingPage()
 {
-    QWidget *page = talo::createSubPage(tabs_, "updatesettingpage", QSize(650, 350));
+    QWidget *page = talo::createBand(tabs_, "updatesettingpage", 350);
 
     auto *label = new QLabel(tr("Update Frequency"), page);
     cmbUpdateFrequency_ = new QComboBox(page);

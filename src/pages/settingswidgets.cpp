@@ -3,20 +3,10 @@
 #include "pages/boxes.h"
 
 #include <QBoxLayout>
-#include <QSize>
 #include <QToolButton>
 
 namespace talo
 {
-
-QWidget *createSubPage(QWidget *parent, const QString &name, const QSize &size)
-{
-    auto *page = new QWidget(parent);
-    page->setObjectName(name);
-    page->setFixedSize(size);
-    page->setContentsMargins(0, 0, 0, 0);
-    return page;
-}
 
 QToolButton *createSwitch(QWidget *parent, const QString &name, const QString &meaning)
 {

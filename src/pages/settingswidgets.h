@@ -4,16 +4,12 @@
 #include <Qt>
 
 class QHBoxLayout;
-class QSize;
 class QString;
 class QToolButton;
 class QWidget;
 
 namespace talo
 {
-
-// An empty page of fixed size without margins.
-QWidget *createSubPage(QWidget *parent, const QString &name, const QSize &size);
 
 // An on/off button, drawn by the style sheet; checked is on. `meaning` names it to screen readers.
 QToolButton *createSwitch(QWidget *parent, const QString &name, const QString &meaning);

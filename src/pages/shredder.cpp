@@ -1,6 +1,7 @@
 #include "pages/shredder.h"
 
 #include "engine/libshred.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/listtable.h"
@@ -97,18 +98,12 @@ void Shredder::createTop()
 
 void Shredder::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("DuplicateFinderbottom");
-    middle_->setFixedSize(650, 300);
-    middle_->setContentsMargins(0, 0, 0, 0);
+    middle_ = talo::createBand(this, "DuplicateFinderbottom", 300);
 
-    auto *icon = new QToolButton(middle_);
-    icon->setObjectName("iconShredder");
-    icon->setIconSize(QSize(50, 50));
-    icon->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    icon->setFocusPolicy(Qt::NoFocus); // a picture with words, of no use to the keyboard
-    icon->setText(tr("  File Shredder allows user to delete complete data from their PC securely, "
-                     "without\n  any possibility of restoration."));
+    QToolButton *icon = talo::createPicture(
+        middle_, "iconShredder", 50,
+        tr("  File Shredder allows user to delete complete data from their PC securely, "
+           "without\n  any possibility of restoration."));
 
     auto *iconRow = talo::createRow();
     iconRow->addSpacing(5);
@@ -122,10 +117,7 @@ void Shredder::createMiddle()
 
 QWidget *Shredder::createTable()
 {
-    auto *container = new QWidget(middle_);
-    container->setObjectName("updatecontainer");
-    container->setFixedSize(650, kContainerHeight);
-    container->setContentsMargins(0, 0, 0, 0);
+    QWidget *container = talo::createBand(middle_, "updatecontainer", kContainerHeight);
 
     table_ = new FileTable(container);
     table_->setFixedSize(640, kTableHeight);
@@ -146,10 +138,7 @@ QWidget *Shredder::createTable()
 
 void Shredder::createBottom()
 {
-    bottom_ = new QWidget(this);
-    bottom_->setObjectName("DuplicateFinderbottom");
-    bottom_->setFixedSize(650, 50);
-    bottom_->setContentsMargins(0, 0, 0, 0);
+    bottom_ = talo::createBand(this, "DuplicateFinderbottom", 50);
 
     btnAdd_ = talo::createTextButton(bottom_, "", tr("ADD"));
     connect(btnAdd_, SIGNAL(clicked(bool)), this, SLOT(addFile()));

@@ -2,6 +2,7 @@
 
 #include "engine/processchecks.h"
 #include "engine/updates.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/messages.h"
@@ -35,13 +36,7 @@ template <int size> QString textOf(const char (&buffer)[size])
 
 QToolButton *createHeading(QWidget *container, const QString &name, const QString &text)
 {
-    auto *heading = new QToolButton(container);
-    heading->setObjectName(name);
-    heading->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
-    heading->setIconSize(QSize(35, 35));
-    heading->setText(text);
-    heading->setFocusPolicy(Qt::NoFocus); // it looks like a button and is none
-    return heading;
+    return talo::createPicture(container, name, 35, text, Qt::ToolButtonTextUnderIcon);
 }
 
 QLabel *createText(QWidget *container, const QString &text, const QSize &size)
@@ -126,21 +121,14 @@ void Update::createTop()
 
 void Update::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setFixedSize(650, 400);
-    middle_->setContentsMargins(0, 0, 0, 0);
+    middle_ = talo::createBand(this, "", 400);
 
-    auto *banner = new QToolButton(middle_);
-    banner->setObjectName("iconUpdate");
-    banner->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    banner->setIconSize(QSize(25, 25));
-    banner->setText(tr("  Frequent updates helps your antivirus software to act efficiently "
-                       "against\n  all kinds of threats."));
-    banner->setFocusPolicy(Qt::NoFocus);
+    QToolButton *banner = talo::createPicture(
+        middle_, "iconUpdate", 25,
+        tr("  Frequent updates helps your antivirus software to act efficiently "
+           "against\n  all kinds of threats."));
 
-    auto *container = new QWidget(middle_);
-    container->setObjectName("updatecontainer");
-    container->setFixedSize(650, 400);
+    QWidget *container = talo::createBand(middle_, "updatecontainer", 400);
     QVBoxLayout *signatures = createSignatureColumn(container);
     QVBoxLayout *product = createProductColumn(container);
     auto *between = talo::createColumn();

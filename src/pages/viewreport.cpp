@@ -1,6 +1,7 @@
 #include "pages/viewreport.h"
 
 #include "engine/libreports.h"
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/messages.h"
 #include "pages/screencentre.h"
@@ -51,12 +52,7 @@ void ViewReport::createTop()
     top_->setObjectName("viewreporttop");
     top_->setContentsMargins(20, 5, 0, 0);
 
-    auto *caption = new QToolButton(top_);
-    caption->setToolButtonStyle(Qt::ToolButtonTextBesideIcon);
-    caption->setIconSize(QSize(25, 25));
-    caption->setText(tr(" Report viewer"));
-    caption->setObjectName("iconRptViewer");
-    caption->setFocusPolicy(Qt::NoFocus);
+    QToolButton *caption = talo::createPicture(top_, "iconRptViewer", 25, tr(" Report viewer"));
 
     talo::createColumn(top_)->addWidget(caption);
 }

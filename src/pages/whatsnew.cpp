@@ -1,5 +1,6 @@
 #include "pages/whatsnew.h"
 
+#include "pages/band.h"
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 
@@ -43,9 +44,7 @@ void WhatsNew::createTop()
 
 void WhatsNew::createMiddle()
 {
-    middle_ = new QWidget(this);
-    middle_->setObjectName("scheduelscanmiddle");
-    middle_->setFixedSize(650, 370);
+    middle_ = talo::createBand(this, "scheduelscanmiddle", 370);
 
     auto *sentence =
         new QLabel(tr("TALO Antivirus secure your computer from the emerging threats."), middle_);
