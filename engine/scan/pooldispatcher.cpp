@@ -121,6 +121,10 @@ void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now
         else
             wantCrew_ = true;
     }
+    // Who comes now shall not wait for one that yields to everybody: it begins anew.
+    if (crew_ && crew_->phase() == PoolCrew::Phase::Loading && loadsWith_ == Priority::Background &&
+        wishes.priority == Priority::Normal)
+        crew_.reset();
     if (crew_ && wishes.load && announced_)
         queue_.publish(LoadState::Loaded, crew_->signatures(), {});
 
@@ -131,7 +135,7 @@ void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now
         else if (now - idleSince_ >= config_.idleUnload || memoryIsShort(now))
             retireCrew(now);
     } else if (wantCrew_ && startNotBefore_ <= now) {
-        startCrew(now);
+        startCrew(wishes.priority, now);
     }
 }
 
@@ -149,16 +153,17 @@ bool PoolDispatcher::memoryIsShort(TimePoint now)
     return memoryPressure(config_.pressureReports) >= kMuchPressure;
 }
 
-void PoolDispatcher::startCrew(TimePoint now)
+void PoolDispatcher::startCrew(Priority priority, TimePoint now)
 {
     std::string failure;
-    auto server = PoolServer::start(config_, workers_, failure);
+    auto server = PoolServer::start(config_, workers_, priority, failure);
     if (!server) {
         failLoad(failure, now);
         return;
     }
     crew_ = std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server));
     wantCrew_ = false;
+    loadsWith_ = priority;
     announced_ = false;
     beginIdling(now);
     queue_.publish(LoadState::Loading, 0, {});
