@@ -16,6 +16,8 @@ using namespace std::chrono_literals;
 // For so long a failure to load answers every file at once; the next one then tries again.
 constexpr auto kFailureHolds = 5s;
 constexpr unsigned kMostLosses = 3;
+constexpr auto kLoadTime = 5min;
+constexpr auto kBackgroundLoadTime = 10 * kLoadTime; // as everybody else comes first
 // Percent of the time. The one at which systemd tells its services that memory is short.
 constexpr double kMuchPressure = 10;
 
@@ -161,7 +163,9 @@ void PoolDispatcher::startCrew(Priority priority, TimePoint now)
         failLoad(failure, now);
         return;
     }
-    crew_ = std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server));
+    crew_ =
+        std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server),
+                                   priority == Priority::Normal ? kLoadTime : kBackgroundLoadTime);
     wantCrew_ = false;
     loadsWith_ = priority;
     announced_ = false;
