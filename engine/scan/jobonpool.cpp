@@ -13,7 +13,7 @@ class PoolSource : public VerdictSource
 {
 public:
     PoolSource(WorkerPool &pool, Priority priority) : pool_(pool), priority_(priority) {}
-    std::string load() override { return pool_.load(); }
+    std::string load() override { return pool_.load(priority_); }
     std::unique_ptr<WorkerPool::Session> open() override { return pool_.open(priority_); }
     std::vector<std::unique_ptr<VerdictLink>> links(ScanOptions options) override
     {

@@ -12,7 +12,6 @@ namespace
 
 using namespace std::chrono_literals;
 
-constexpr auto kLoadTime = 300s;
 constexpr auto kEndTime = 3s;
 constexpr auto kConfirmTime = 2s;
 // A server that ends while it serves is nobody's fault, until it happens again and again.
@@ -52,11 +51,12 @@ VerdictKind kind(protocol::Outcome outcome)
 } // namespace
 
 PoolCrew::PoolCrew(const PoolConfig &config, unsigned workers, PoolQueue &queue,
-                   std::unique_ptr<PoolServer> server)
+                   std::unique_ptr<PoolServer> server, std::chrono::minutes loadTime)
     : config_(config)
     , queue_(queue)
     , server_(std::move(server))
-    , phaseDeadline_(Clock::now() + kLoadTime)
+    , loadTime_(loadTime)
+    , phaseDeadline_(Clock::now() + loadTime)
     , workers_(std::size_t{workers} * kPriorities)
 {
 }

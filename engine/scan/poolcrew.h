@@ -22,7 +22,7 @@ class PoolCrew
 {
 public:
     PoolCrew(const PoolConfig &config, unsigned workers, PoolQueue &queue,
-             std::unique_ptr<PoolServer> server);
+             std::unique_ptr<PoolServer> server, std::chrono::minutes loadTime);
 
     enum class Phase {
         Loading,
@@ -100,6 +100,7 @@ private:
     PoolQueue &queue_;
     std::unique_ptr<PoolServer> server_;
     Phase phase_ = Phase::Loading;
+    const std::chrono::minutes loadTime_;
     TimePoint phaseDeadline_;
     std::string failure_;
     unsigned signatures_ = 0;

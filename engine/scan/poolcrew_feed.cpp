@@ -120,7 +120,8 @@ TimePoint PoolCrew::fileDeadline(const Worker &worker, std::string &doom) const
 void PoolCrew::enforceDeadlines(TimePoint now)
 {
     if (phase_ == Phase::Loading && phaseDeadline_ <= now)
-        fail("the signatures did not load within 5 minutes");
+        fail("the signatures did not load within " + std::to_string(loadTime_.count()) +
+             " minutes");
     if (phase_ == Phase::Ending && phaseDeadline_ <= now)
         lose();
     for (std::uint32_t slot = 0; slot < workers_.size(); ++slot) {

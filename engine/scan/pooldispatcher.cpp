@@ -16,6 +16,8 @@ using namespace std::chrono_literals;
 // For so long a failure to load answers every file at once; the next one then tries again.
 constexpr auto kFailureHolds = 5s;
 constexpr unsigned kMostLosses = 3;
+constexpr auto kLoadTime = 5min;
+constexpr auto kBackgroundLoadTime = 10 * kLoadTime; // as everybody else comes first
 // Percent of the time. The one at which systemd tells its services that memory is short.
 constexpr double kMuchPressure = 10;
 
@@ -121,6 +123,10 @@ void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now
         else
             wantCrew_ = true;
     }
+    // Who comes now shall not wait for one that yields to everybody: it begins anew.
+    if (crew_ && crew_->phase() == PoolCrew::Phase::Loading && loadsWith_ == Priority::Background &&
+        wishes.priority == Priority::Normal)
+        crew_.reset();
     if (crew_ && wishes.load && announced_)
         queue_.publish(LoadState::Loaded, crew_->signatures(), {});
 
@@ -131,7 +137,7 @@ void PoolDispatcher::followWishes(const PoolQueue::Wishes &wishes, TimePoint now
         else if (now - idleSince_ >= config_.idleUnload || memoryIsShort(now))
             retireCrew(now);
     } else if (wantCrew_ && startNotBefore_ <= now) {
-        startCrew(now);
+        startCrew(wishes.priority, now);
     }
 }
 
@@ -149,16 +155,19 @@ bool PoolDispatcher::memoryIsShort(TimePoint now)
     return memoryPressure(config_.pressureReports) >= kMuchPressure;
 }
 
-void PoolDispatcher::startCrew(TimePoint now)
+void PoolDispatcher::startCrew(Priority priority, TimePoint now)
 {
     std::string failure;
-    auto server = PoolServer::start(config_, workers_, failure);
+    auto server = PoolServer::start(config_, workers_, priority, failure);
     if (!server) {
         failLoad(failure, now);
         return;
     }
-    crew_ = std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server));
+    crew_ =
+        std::make_unique<PoolCrew>(config_, workers_, queue_, std::move(server),
+                                   priority == Priority::Normal ? kLoadTime : kBackgroundLoadTime);
     wantCrew_ = false;
+    loadsWith_ = priority;
     announced_ = false;
     beginIdling(now);
     queue_.publish(LoadState::Loading, 0, {});

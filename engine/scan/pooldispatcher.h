@@ -26,7 +26,7 @@ private:
     void followWishes(const PoolQueue::Wishes &wishes, TimePoint now);
     void beginIdling(TimePoint now);
     bool memoryIsShort(TimePoint now);
-    void startCrew(TimePoint now);
+    void startCrew(Priority priority, TimePoint now);
     void failLoad(const std::string &reason, TimePoint now);
     void retireCrew(TimePoint now);
     void forgetRetired();
@@ -39,6 +39,7 @@ private:
 
     std::unique_ptr<PoolCrew> crew_;
     std::vector<std::unique_ptr<PoolCrew>> retired_; // were told to end
+    Priority loadsWith_ = Priority::Normal;          // how crew_ loads
     bool announced_ = false;                         // whether crew_ is known to have loaded
     bool wantCrew_ = false;
     TimePoint startNotBefore_;

@@ -100,10 +100,12 @@ void PoolQueue::cancel(SessionQueue &session)
     wake();
 }
 
-std::string PoolQueue::load()
+std::string PoolQueue::load(Priority priority)
 {
     std::unique_lock lock(mutex_);
     loadWanted_ = true;
+    if (priority == Priority::Normal)
+        loadPriority_ = priority;
     wake();
     loadChanged_.wait(lock, [this] { return ended_ || !loadWanted_; });
     if (ended_)
@@ -139,13 +141,19 @@ PoolQueue::Wishes PoolQueue::wishes()
     std::uint64_t ignored = 0;
     // Only the pool's thread reads it; that nothing was there is no fault.
     [[maybe_unused]] const ssize_t count = read(wakeUp_.get(), &ignored, sizeof ignored);
-    bool waiting = false;
+    Wishes wishes;
+    wishes.end = ended_;
+    wishes.load = loadWanted_;
+    if (loadWanted_)
+        wishes.priority = loadPriority_;
     for (const Priority priority : {Priority::Normal, Priority::Background}) {
         const bool any = anyWaits(priority);
         hungry(priority) = !any;
-        waiting = waiting || any;
+        wishes.waiting = wishes.waiting || any;
+        if (any && priority == Priority::Normal)
+            wishes.priority = priority;
     }
-    return {ended_, loadWanted_, waiting};
+    return wishes;
 }
 
 bool PoolQueue::waits(Priority priority) const
@@ -168,6 +176,7 @@ void PoolQueue::publish(LoadState state, unsigned signatures, const std::string 
     signatures_ = signatures;
     if (state == LoadState::Loaded || state == LoadState::Failed) {
         loadWanted_ = false;
+        loadPriority_ = Priority::Background;
         loadAnswer_ = failure;
         loadChanged_.notify_all();
     }

@@ -65,7 +65,7 @@ public:
                                                     std::chrono::milliseconds wait);
     std::size_t pending(const SessionQueue &session) const;
     void cancel(SessionQueue &session);
-    std::string load();
+    std::string load(Priority priority);
     WorkerPool::Signatures signatures() const;
     void shutDown();
 
@@ -74,6 +74,7 @@ public:
         bool end = false;
         bool load = false;
         bool waiting = false;
+        Priority priority = Priority::Background; // the highest of those who want any of it
     };
     Wishes wishes();
     int wakeUp() const { return wakeUp_.get(); }
@@ -120,6 +121,7 @@ private:
     std::array<bool, kPriorities> hungry_{true, true};
     bool ended_ = false;
     bool loadWanted_ = false;
+    Priority loadPriority_ = Priority::Background; // of who wants it
     std::condition_variable loadChanged_;
     LoadState state_ = LoadState::Unloaded;
     unsigned signatures_ = 0;

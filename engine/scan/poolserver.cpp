@@ -26,7 +26,7 @@ std::string cannot(const std::string &what, int error)
 } // namespace
 
 std::unique_ptr<PoolServer> PoolServer::start(const PoolConfig &config, unsigned workers,
-                                              std::string &failure)
+                                              Priority priority, std::string &failure)
 {
     const UniqueFd signatures(
         open(config.signatureFolder.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
@@ -59,6 +59,7 @@ std::unique_ptr<PoolServer> PoolServer::start(const PoolConfig &config, unsigned
                   protocol::kScratchFd == 5);
     protocol::Configure configure;
     configure.slots = workers * kPriorities;
+    configure.background = priority == Priority::Background ? 1 : 0;
     configure.maxFileSize = config.maxFileSize;
     configure.maxMemory = config.maxMemory;
     configure.maxTemporary = config.maxTemporary;

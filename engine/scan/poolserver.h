@@ -17,7 +17,7 @@ class PoolServer
 public:
     // Nothing, and why, where it cannot be started. The server dies with the calling thread.
     static std::unique_ptr<PoolServer> start(const PoolConfig &config, unsigned workers,
-                                             std::string &failure);
+                                             Priority priority, std::string &failure);
     ~PoolServer(); // kills it, if it still runs, and reaps it
     PoolServer(const PoolServer &) = delete;
     PoolServer &operator=(const PoolServer &) = delete;

@@ -122,9 +122,9 @@ std::unique_ptr<WorkerPool::Session> WorkerPool::open(Priority priority)
     return std::make_unique<QueuedSession>(impl_->queue, priority, impl_->maxFileSize);
 }
 
-std::string WorkerPool::load()
+std::string WorkerPool::load(Priority priority)
 {
-    return impl_->queue->load();
+    return impl_->queue->load(priority);
 }
 
 WorkerPool::Signatures WorkerPool::signatures() const

@@ -82,7 +82,7 @@ public:
     std::unique_ptr<Session> open(Priority priority = Priority::Normal);
 
     // Loads the signatures if they are not, and waits; an empty text, or why it failed.
-    std::string load();
+    std::string load(Priority priority = Priority::Normal);
 
     struct Signatures {
         bool loaded = false;

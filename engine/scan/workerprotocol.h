@@ -77,7 +77,7 @@ struct Configure {
     static constexpr Kind kKind = Kind::Configure;
     Header header{kMagic, kVersion, kKind};
     std::uint32_t slots = 0;
-    std::uint32_t reserved = 0;
+    std::uint32_t background = 0; // 1: load with the lowest priority
     std::uint64_t maxFileSize = 0;
     std::uint64_t maxMemory = 0;
     std::uint64_t maxTemporary = 0;

@@ -80,7 +80,7 @@ public:
         : workers_(std::move(workers)), priority_(priority)
     {
     }
-    std::string load() override { return workers_->load(); }
+    std::string load() override { return workers_->load(priority_); }
     std::unique_ptr<WorkerPool::Session> open() override
     {
         return workers_->now().pool->open(priority_);
@@ -116,16 +116,16 @@ std::string JobWorkers::describe() const
     return service::describe(workers_.set, loaded != 0 ? loaded : count_);
 }
 
-std::string JobWorkers::load()
+std::string JobWorkers::load(scan::Priority priority)
 {
     SetWorkers workers = now();
-    std::string failure = workers.pool->load();
+    std::string failure = workers.pool->load(priority);
     if (!failure.empty()) {
         SetWorkers other = instead_(workers, failure);
         if (other.pool == nullptr)
             return failure;
         workers = std::move(other);
-        failure = workers.pool->load();
+        failure = workers.pool->load(priority);
     }
     const std::lock_guard lock(mutex_);
     workers_ = workers;

@@ -40,7 +40,7 @@ public:
 private:
     friend class JobVerdicts;
     SetWorkers now() const;
-    std::string load();
+    std::string load(scan::Priority priority);
 
     mutable std::mutex mutex_;
     SetWorkers workers_;

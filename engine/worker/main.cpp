@@ -5,10 +5,15 @@
 #include "confinement.h"
 #include "engine.h"
 #include "isolation.h"
+#include "scan/priority.h"
 #include "server.h"
 
 #include <cstdio>
 #include <cstring>
+#include <functional>
+#include <malloc.h>
+#include <system_error>
+#include <thread>
 #include <unistd.h>
 
 namespace
@@ -31,6 +36,22 @@ bool sane(const protocol::Configure &configuration)
     return configuration.slots >= 1 && configuration.slots <= protocol::kMaxSlots &&
            configuration.maxFileSize >= 1 && configuration.maxFileSize < kMost &&
            configuration.maxMemory < kMost && configuration.maxTemporary < kMost;
+}
+
+// On a thread of its own: its priority ends with it, while a process has no way back.
+void runConsiderately(const std::function<void()> &work)
+{
+    // What it allocates shall lie where the workers' own memory does: that of a thread grows by
+    // calls that they are refused.
+    mallopt(M_ARENA_MAX, 1);
+    try {
+        std::thread([&work] {
+            talo::scan::runInBackground();
+            work();
+        }).join();
+    } catch (const std::system_error &) {
+        work(); // there is no thread to be had
+    }
 }
 
 // To the log of the service, whose standard error this is.
@@ -74,8 +95,14 @@ int main()
     if (fchdir(protocol::kSignaturesFd) != 0)
         return refuse(std::string("the signature folder cannot be entered: ") +
                       std::strerror(errno));
-    failure = engine.load(configuration.maxFileSize,
-                          configuration.maxFileSize + configuration.maxTemporary);
+    const auto load = [&] {
+        failure = engine.load(configuration.maxFileSize,
+                              configuration.maxFileSize + configuration.maxTemporary);
+    };
+    if (configuration.background != 0)
+        runConsiderately(load);
+    else
+        load();
     if (!failure.empty())
         return refuse(failure);
     // A folder that is someone's current one cannot be unmounted, and leads out of the root.

@@ -9,7 +9,7 @@ target_link_libraries(talo-fake-scan-server PRIVATE talo_options)
 set_target_properties(talo-fake-scan-server PROPERTIES
     RUNTIME_OUTPUT_DIRECTORY ${CMAKE_BINARY_DIR}/tests)
 
-foreach(part verdicts faults life pressure user hostile)
+foreach(part verdicts faults life pressure priority user hostile)
     talo_add_gtest(tst_pool_${part} SOURCES pool_${part}_test.cpp LIBRARIES pool_fixture)
     add_dependencies(tst_pool_${part}
         talo-scan-worker talo-scan-worker-faulty talo-fake-scan-server)
