@@ -175,7 +175,7 @@ public:
     std::string line()
     {
         const std::size_t end = std::min(left_.find('\n'), left_.size());
-        const std::string line = take(end);
+        std::string line = take(end);
         take(1);
         return line;
     }
@@ -204,7 +204,7 @@ public:
 private:
     std::string take(std::size_t count)
     {
-        const std::string taken(left_.substr(0, count));
+        std::string taken(left_.substr(0, count));
         left_.remove_prefix(taken.size());
         return taken;
     }

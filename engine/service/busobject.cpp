@@ -145,8 +145,8 @@ uint BusObject::Start(uint kind, const QByteArray &path)
 
 void BusObject::control(uint job, bool (ScanService::*what)(uint))
 {
-    whenPermitted(Action::ControlScan, [this, job, what](const Call &call) {
-        if ((rooms_.scans.*what)(job))
+    whenPermitted(Action::ControlScan, [&scans = rooms_.scans, job, what](const Call &call) {
+        if ((scans.*what)(job))
             call.answer();
         else
             call.refuse(interface::kErrorNotFound, QStringLiteral("there is no such scan"));

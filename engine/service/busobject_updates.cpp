@@ -49,12 +49,13 @@ uint BusObject::PrepareSignatureUpdate()
 
 void BusObject::controlUpdate(uint handle, bool (UpdateService::*what)(uint))
 {
-    whenPermitted(Action::UpdateSignatures, [this, handle, what](const Call &call) {
-        if ((rooms_.updates.*what)(handle))
-            call.answer();
-        else
-            call.refuse(interface::kErrorNotFound, noSuchRun());
-    });
+    whenPermitted(Action::UpdateSignatures,
+                  [&updates = rooms_.updates, handle, what](const Call &call) {
+                      if ((updates.*what)(handle))
+                          call.answer();
+                      else
+                          call.refuse(interface::kErrorNotFound, noSuchRun());
+                  });
 }
 
 void BusObject::StartSignatureUpdate(uint handle)
