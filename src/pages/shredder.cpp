@@ -10,6 +10,7 @@
 #include <QBoxLayout>
 #include <QDialog>
 #include <QFileSystemModel>
+#include <QHeaderView>
 #include <QScrollBar>
 #include <QStyle>
 #include <QTableWidget>

@@ -1,9 +1,9 @@
 // In a language of its own: whatever the programs say on a terminal and in notifications is asked
 // for, and found in a catalogue made of the sources. What stands outside of guillemets was not.
 #include "engine/programs/support/faketalod.h"
-#include "engine/programs/support/privatebus.h"
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
+#include "engine/service/privatebus.h"
 #include "programs/agent/noticewords.h"
 #include "programs/format.h"
 #include "programs/guards.h"
