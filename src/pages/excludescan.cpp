@@ -133,7 +133,11 @@ QHBoxLayout *ExcludeScan::createEntryRow()
 
     txtExtension_ = new QTextEdit(middle_);
     txtExtension_->setFixedSize(150, 30);
+    // As high as one line, it is to work like one.
     txtExtension_->setTabChangesFocus(true);
+    txtExtension_->setLineWrapMode(QTextEdit::NoWrap);
+    txtExtension_->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
+    txtExtension_->setVerticalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     txtExtension_->setAccessibleName(lblField_->text());
 
     btnBrowse_ = talo::createTextButton(middle_, "", tr("BROWSE"));

@@ -42,6 +42,7 @@ PasswordPrompt createPasswordPrompt(const PasswordPromptDesign &design)
         addSpread(row, {apply, cancel}, Qt::AlignHCenter);
     } else {
         addSpread(row, {cancel, apply}, Qt::AlignHCenter);
+        QWidget::setTabOrder(cancel, apply); // as the eye goes
     }
 
     auto *column = createColumn(dialog);

@@ -89,20 +89,21 @@ void walkScan(PanelWalkSteps &walk)
     walk.modal("scan-running", walk.named("btnFullScanBottom"));
     answer("IsProcessRunning", {-2});
     walk.modal("scan-limit", walk.named("btnFullScanBottom"));
-    walk.modal("scan-chooser", walk.named("btnCustomScanBottom"));
+    // First, for a visit may choose something in the chooser.
     walk.modal("", walk.named("btnCustomScanBottom"),
                [&](QDialog *chooser) { walk.modal("scan-nopath", walk.numbered(chooser, 0)); });
+    walk.modal("scan-chooser", walk.named("btnCustomScanBottom"));
 }
 
 void walkSchedules(PanelWalkSteps &walk)
 {
-    const auto select = [&](int row) { walk.page()->findChild<QTableWidget *>()->selectRow(row); };
     const auto button = [&](int number) { return walk.numbered("bottomschedulescan", number); };
     walk.go("btnScheduleScanClicked");
     walk.stop("schedules");
+    walk.select(-1);
     walk.modal("schedules-select", button(0));
     walk.modal("schedules-select-edit", button(1));
-    select(0);
+    walk.select(0);
     walk.modal("schedules-removed", button(0));
     walk.press(button(2));
     walk.stop("schedule-add");
@@ -115,7 +116,7 @@ void walkSchedules(PanelWalkSteps &walk)
     answer("libScheduleScan::AddScheduleScan", {0});
     walk.modal("schedule-added", button(1));
     walk.go("btnScheduleScanClicked");
-    select(1);
+    walk.select(1);
     walk.press(button(1));
     walk.stop("schedule-edit");
     walk.modal("schedule-edited", button(1));
@@ -128,17 +129,22 @@ void walkReports(PanelWalkSteps &walk)
     walk.go("btnReportClicked");
     walk.stop("reports");
     walk.modal("reports-calendar", walk.named("btnCalIcon"));
+    walk.select(-1);
     walk.modal("reports-select", walk.numbered("bottomschedulescan", 0));
     walk.modal("report-viewer", view, [&](QDialog *viewer) {
-        walk.modal("report-chooser", walk.numbered(viewer, 0), [&](QDialog *chooser) {
+        QToolButton *save = walk.numbered(viewer, 0);
+        walk.modal("", save, [&](QDialog *chooser) {
             walk.modal("report-nofolder", walk.numbered(chooser, 0));
+        });
+        walk.modal("report-chooser", save);
+        walk.modal("", save, [&](QDialog *chooser) {
             walk.choose(chooser, QDir::currentPath());
             walk.modal("report-saved", walk.numbered(chooser, 0));
         });
     });
     answer("libReports::GetReportData", {201});
     walk.modal("report-corrupted", view);
-    table()->selectRow(0);
+    walk.select(0);
     walk.modal("report-deleted", walk.numbered("bottomschedulescan", 0));
     answer("libReports::GetReportList", {205});
     walk.modal("reports-wrong-range", walk.named("btnApplyRptFilter"));

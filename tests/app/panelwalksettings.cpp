@@ -41,11 +41,11 @@ void transfer(PanelWalkSteps &walk, Transfer direction, const QString &folder,
 void walkImportExport(PanelWalkSteps &walk)
 {
     QToolButton *open = walk.page()->findChildren<QToolButton *>("btnImportExport").last();
+    const QString here = QDir::currentPath();
+    transfer(walk, Export, {}, "settings-export-nopath"); // before a visit may choose one
     walk.modal("settings-importexport", open, [&](QDialog *dialog) {
         walk.modal("settings-chooser", walk.numbered(dialog, Export));
     });
-    const QString here = QDir::currentPath();
-    transfer(walk, Export, {}, "settings-export-nopath");
     transfer(walk, Export, here, "settings-exported");
     transfer(walk, Import, {}, "settings-import-nopath");
     walk.answer("libImportExportSetting::ImportSettings", {1});
@@ -107,6 +107,7 @@ void walkSettings(PanelWalkSteps &walk)
     walk.stop("settings-drive");
     walk.press(walk.named("btnExcludeScanList"));
     walk.stop("settings-exclusions");
+    walk.select(-1);
     walk.modal("settings-exclusion-select", walk.named("btnDefaultGeneral"));
     walk.modal("settings-exclusion", walk.named("btnApplyGeneral"),
                [&](QDialog *dialog) { visitExclusion(walk, dialog); });

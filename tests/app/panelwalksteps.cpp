@@ -7,6 +7,7 @@
 #include <QMessageBox>
 #include <QPointer>
 #include <QStackedWidget>
+#include <QTableWidget>
 #include <QTimer>
 #include <QToolButton>
 #include <QTreeView>
@@ -76,6 +77,18 @@ void PanelWalkSteps::press(QWidget *button)
 {
     if (!click(button))
         complain("a button cannot be pressed");
+}
+
+void PanelWalkSteps::select(int row)
+{
+    for (QTableWidget *table : page()->findChildren<QTableWidget *>()) {
+        if (!table->isVisible())
+            continue;
+        if (row < 0)
+            table->setCurrentItem(nullptr);
+        else
+            table->selectRow(row);
+    }
 }
 
 void PanelWalkSteps::choose(QDialog *chooser, const QString &path)

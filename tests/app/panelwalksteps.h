@@ -48,6 +48,8 @@ public:
     QToolButton *numbered(const char *area, int number) const;
     static QToolButton *numbered(QWidget *area, int number);
     void press(QWidget *button);
+    // A row of the page's visible table, or none where the number is negative.
+    void select(int row);
     void choose(QDialog *chooser, const QString &path);
     static void answerYes(QDialog *question);
 

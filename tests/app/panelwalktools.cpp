@@ -3,7 +3,6 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFileInfo>
-#include <QTableWidget>
 #include <QTemporaryDir>
 #include <QToolButton>
 #include <QTreeWidget>
@@ -78,15 +77,16 @@ void walkShredder(PanelWalkSteps &walk)
     add(program, {});
     walk.stop("shredder-list");
     add(program, "shredder-twice");
+    walk.select(-1);
     walk.modal("shredder-select-remove", button(1));
     walk.modal("shredder-select", button(2));
-    walk.page()->findChild<QTableWidget *>()->selectRow(0);
+    walk.select(0);
     walk.answer("libShred::shred", {1});
     walk.modal("shredder-failed", button(2));
     walk.answer("libShred::shred", {0});
     walk.modal("shredder-done", button(2));
     walk.stop("shredder-shredded");
-    walk.page()->findChild<QTableWidget *>()->selectRow(0);
+    walk.select(0);
     walk.modal("shredder-again", button(2));
 }
 

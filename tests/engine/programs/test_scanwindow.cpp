@@ -195,7 +195,7 @@ void TestScanWindow::showsNumbersForPeople()
     QCOMPARE(window_->objectName(), QStringLiteral("scanwindow"));
     QCOMPARE(window_->minimumSize(), QSize(600, 520));
     QCOMPARE(text("lblScanTitle"), QStringLiteral("Custom Scan"));
-    QCOMPARE(child<ElidedLabel>("lblScanSub")->fullText(), QStringLiteral("Scanning /tmp"));
+    QCOMPARE(text("lblScanSub"), QStringLiteral("Scanning /tmp"));
     QCOMPARE(figure(QStringLiteral("Files scanned")), QStringLiteral("12,345"));
     QCOMPARE(figure(QStringLiteral("Data done")), QStringLiteral("1.4 GB"));
     QCOMPARE(figure(QStringLiteral("Threats")), QStringLiteral("0"));
@@ -210,7 +210,6 @@ void TestScanWindow::elidesTheCurrentFile()
     openWith(progress);
     const int width = ScanWindow({}, *job_).width();
     const auto *current = child<ElidedLabel>("lblScanCurrent");
-    QCOMPARE(current->fullText(), progress.current);
     QVERIFY(current->text().startsWith(QLatin1String("/first")));
     QVERIFY(current->text().endsWith(QLatin1String("/last.bin")));
     QVERIFY(current->text().size() < progress.current.size());
@@ -260,7 +259,7 @@ void TestScanWindow::pausesAndResumes()
     QCOMPARE(pause->text(), QStringLiteral("PAUSE"));
     click("btnPauseScan");
     QTRY_COMPARE(pause->text(), QStringLiteral("RESUME"));
-    QCOMPARE(child<ElidedLabel>("lblScanSub")->fullText(), QStringLiteral("Paused: /tmp"));
+    QCOMPARE(text("lblScanSub"), QStringLiteral("Paused: /tmp"));
     QCOMPARE(service_->callsOf(QStringLiteral("Pause")), 1);
     click("btnPauseScan");
     QTRY_COMPARE(pause->text(), QStringLiteral("PAUSE"));
@@ -274,7 +273,7 @@ void TestScanWindow::stops()
     click("btnStopScan");
     QVERIFY(!child<QToolButton>("btnStopScan")->isEnabled());
     QTRY_COMPARE(service_->callsOf(QStringLiteral("Stop")), 1);
-    QTRY_COMPARE(child<ElidedLabel>("lblScanSub")->fullText(), QStringLiteral("Stopping..."));
+    QTRY_COMPARE(text("lblScanSub"), QStringLiteral("Stopping..."));
     QVERIFY(!child<QToolButton>("btnCloseScan")->isVisible());
     service_->setProgress(progressIn(interface::Stopped));
     QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
@@ -479,13 +478,14 @@ void TestScanWindow::textsAreWhole()
     QApplication::setFont(QFont(family, 11));
     dress();
     openWith(progressIn(interface::Scanning));
-    QCOMPARE(test::measureTexts("scanning", window_.get()).complaints.join('\n'), QString());
+    // Tried again, since an answer of the service may have upset the layout just now.
+    QTRY_COMPARE(test::measureTexts("scanning", window_.get()).complaints.join('\n'), QString());
     service_->setThreats(longThreats());
     interface::ScanProgress end = progressIn(interface::Finished);
     end.threats = static_cast<uint>(longThreats().size());
     service_->setProgress(end);
     QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
-    QCOMPARE(test::measureTexts("done", window_.get()).complaints.join('\n'), QString());
+    QTRY_COMPARE(test::measureTexts("done", window_.get()).complaints.join('\n'), QString());
     const QString pictures = qEnvironmentVariable("TALO_SCREENSHOTS");
     if (!pictures.isEmpty())
         QVERIFY(window_->grab().save(pictures + "/scanwindow.png"));
