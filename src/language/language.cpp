@@ -5,8 +5,6 @@
 #include <QLocale>
 #include <QTranslator>
 
-#include <memory>
-
 namespace talo
 {
 namespace
@@ -14,11 +12,11 @@ namespace
 
 bool install(const QString &name, const QString &folder)
 {
-    auto translator = std::make_unique<QTranslator>(QCoreApplication::instance());
-    if (!translator->load(name, folder) || !QCoreApplication::installTranslator(translator.get()))
-        return false;
-    translator.release(); // the application's from here on
-    return true;
+    auto *translator = new QTranslator(QCoreApplication::instance());
+    if (translator->load(name, folder) && QCoreApplication::installTranslator(translator))
+        return true;
+    delete translator;
+    return false;
 }
 
 bool isEnglish(const QString &language)
