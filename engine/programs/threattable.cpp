@@ -23,7 +23,7 @@ ThreatTable::ThreatTable(ThreatModel *model, QWidget *parent) : QTableView(paren
     setWordWrap(false);
     setShowGrid(false);
     setTabKeyNavigation(false); // Tab leads on to the buttons
-    setMinimumHeight(50); // a row, where texts below it need the room
+    setMinimumHeight(50);       // a row, where texts below it need the room
     verticalHeader()->hide();
     verticalHeader()->setDefaultSectionSize(24);
     QHeaderView *header = horizontalHeader();
