@@ -5,6 +5,7 @@
 // quick ones. They go through the folders where anybody may write, so those are the test's own too.
 
 #include "engine/programs/agent/fakedesktop.h"
+#include "interface/busconnection.h"
 #include "interface/names.h"
 #include "product/desktop.h"
 #include "product/installation.h"
@@ -81,7 +82,7 @@ bool scanning()
 pid_t serviceProcess()
 {
     const QDBusConnection bus =
-        QDBusConnection::connectToBus(qEnvironmentVariable("TALO_BUS"), "watch");
+        talo::interface::connectToBus(qEnvironmentVariable("TALO_BUS"), "watch");
     return static_cast<pid_t>(bus.interface()->servicePid(talo::interface::kService).value());
 }
 
@@ -213,7 +214,7 @@ void ProductScheduleTest::runsWhenDueAndIsReported()
     startAt(0, QTime(1, 59, 30), 1);
     qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toLocal8Bit());
     const Running agent(QString(kPrefix) + "/bin/talo-agent", {});
-    QTRY_VERIFY(QDBusConnection::connectToBus(bus, "watch")
+    QTRY_VERIFY(talo::interface::connectToBus(bus, "watch")
                     .interface()
                     ->isServiceRegistered("org.taloantivirus.Agent1"));
     QCOMPARE(reports(), 0);

@@ -4,6 +4,7 @@
 #include "engine/service/privatebus.h"
 #include "engine/update/releasemaker.h"
 #include "engine/update/releaseserver.h"
+#include "interface/busconnection.h"
 #include "update/productmanifest.h"
 
 #include <QDBusConnection>
@@ -156,7 +157,7 @@ void TestUpdatePrograms::startService()
     service_.start(qEnvironmentVariable("TALO_BUILD_DIR") + "/tests/talod-test-key",
                    {"--bus", bus_->address(), "--state", folder_->filePath("state"), "--config",
                     folder_->filePath("talo.conf")});
-    QDBusConnection watch = QDBusConnection::connectToBus(bus_->address(), "watch");
+    QDBusConnection watch = talo::interface::connectToBus(bus_->address(), "watch");
     QTRY_VERIFY_WITH_TIMEOUT(
         watch.interface()->isServiceRegistered("org.taloantivirus.Engine1").value(), 10000);
 }

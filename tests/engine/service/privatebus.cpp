@@ -1,5 +1,6 @@
 #include "engine/service/privatebus.h"
 
+#include "interface/busconnection.h"
 #include "interface/names.h"
 
 #include <QDBusConnectionInterface>
@@ -58,7 +59,7 @@ PrivateBus::PrivateBus()
 QDBusConnection PrivateBus::connect(const QString &name) const
 {
     QDBusConnection::disconnectFromBus(name);
-    return QDBusConnection::connectToBus(address_, name);
+    return talo::interface::connectToBus(address_, name);
 }
 
 bool PrivateBus::owned() const

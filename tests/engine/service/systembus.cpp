@@ -1,5 +1,7 @@
 #include "engine/service/systembus.h"
 
+#include "interface/busconnection.h"
+
 #include <QDBusConnectionInterface>
 #include <QDBusReply>
 #include <QTest>
@@ -106,7 +108,7 @@ QDBusConnection SystemBus::connectAs(uint user, const QString &name)
     if (seteuid(user) != 0)
         return QDBusConnection(QString());
     const QDBusConnection connection =
-        QDBusConnection::connectToBus("unix:path=/run/dbus/system_bus_socket", name);
+        talo::interface::connectToBus("unix:path=/run/dbus/system_bus_socket", name);
     return seteuid(0) == 0 ? connection : QDBusConnection(QString());
 }
 

@@ -1,5 +1,7 @@
 #include "engine/programs/agent/fakedesktop.h"
 
+#include "interface/busconnection.h"
+
 #include <QUuid>
 
 #include <utility>
@@ -8,7 +10,7 @@ namespace talo::tests
 {
 
 FakeDesktop::FakeDesktop(const QString &bus, const QStringList &capabilities, uint firstId)
-    : bus_(QDBusConnection::connectToBus(bus, QUuid::createUuid().toString()))
+    : bus_(interface::connectToBus(bus, QUuid::createUuid().toString()))
     , capabilities_(capabilities)
     , nextId_(firstId)
 {

@@ -1,5 +1,6 @@
 #include "engine/programs/agent/fakeengine.h"
 
+#include "interface/busconnection.h"
 #include "interface/names.h"
 
 #include <QDBusMessage>
@@ -9,7 +10,7 @@ namespace talo::tests
 {
 
 FakeEngine::FakeEngine(const QString &bus, Name name)
-    : name_(name), bus_(QDBusConnection::connectToBus(bus, QUuid::createUuid().toString()))
+    : name_(name), bus_(interface::connectToBus(bus, QUuid::createUuid().toString()))
 {
     bus_.registerObject(QString::fromLatin1(interface::kObject), this,
                         QDBusConnection::ExportScriptableSlots | QDBusConnection::ExportAdaptors);
@@ -32,6 +33,14 @@ void FakeEngine::tellEnd(const QString &type, uint state, const QString &scanned
                          quint64 threats, const QString &report) const
 {
     tell(QStringLiteral("ScanEnded"), {type, state, scanned, files, threats, report});
+}
+
+void FakeEngine::untilHeard() const
+{
+    for (const QString &listener : notices_->listeners())
+        bus_.call(QDBusMessage::createMethodCall(listener, QStringLiteral("/"),
+                                                 QStringLiteral("org.freedesktop.DBus.Peer"),
+                                                 QStringLiteral("Ping")));
 }
 
 void FakeEngine::tellWrongly(const QString &signal) const

@@ -47,6 +47,8 @@ public:
                     const QString &outcome) const;
     void tellEnd(const QString &type, uint state, const QString &scanned, quint64 files,
                  quint64 threats, const QString &report) const;
+    // Returns when what was told waits in front of whatever the listeners hear next.
+    void untilHeard() const;
     // A signal of the given name with arguments that it does not have.
     void tellWrongly(const QString &signal) const;
 

@@ -224,6 +224,7 @@ void AgentNoticesTest::noticeThatDiesWithTheDesktopIsShownByTheNext()
     engine_->tellEnd("First", talo::interface::Finished, "", 1, 0, "key");
     QTRY_VERIFY(desktop_->isSilent());
     engine_->tellEnd("Second", talo::interface::Finished, "", 1, 0, "key");
+    engine_->untilHeard();
     desktop_.reset();
     takeDesktop();
     QTRY_COMPARE(seen().size(), 2);
@@ -239,6 +240,7 @@ void AgentNoticesTest::outdatedNoticeIsNotShownLate()
     QTRY_VERIFY(desktop_->isSilent());
     engine_->tellThreat(kType, "/b", "Test", "left");
     engine_->tellEnd(kType, talo::interface::Finished, "", 2, 2, "key");
+    engine_->untilHeard();
     desktop_.reset();
     takeDesktop();
     QTRY_COMPARE(seen().size(), 2);

@@ -1,5 +1,7 @@
 #include "engine/programs/support/faketalod.h"
 
+#include "interface/busconnection.h"
+
 #include <QDBusMessage>
 #include <QDateTime>
 
@@ -35,7 +37,7 @@ FakeTalod::FakeTalod(const QString &busAddress)
     QMetaObject::invokeMethod(
         this,
         [this, busAddress] {
-            QDBusConnection bus = QDBusConnection::connectToBus(busAddress, name_);
+            QDBusConnection bus = interface::connectToBus(busAddress, name_);
             bus.registerVirtualObject(QString::fromLatin1(interface::kObject), this);
             bus.registerService(QString::fromLatin1(interface::kService));
         },
