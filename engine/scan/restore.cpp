@@ -164,8 +164,8 @@ bool standsInPlace(int folder, const std::string &name, const ObjectRecord &reco
         file->status.st_mtim.tv_nsec != record.modified.tv_nsec)
         return false;
     const UniqueFd nowhere(open("/dev/null", O_WRONLY | O_CLOEXEC));
-    const auto hash = convertContent(Conversion::MakeInert, record, file->fd.get(), 0,
-                                     nowhere.get(), 0);
+    const auto hash =
+        convertContent(Conversion::MakeInert, record, file->fd.get(), 0, nowhere.get(), 0);
     return hash && *hash == record.contentHash;
 }
 

@@ -133,8 +133,8 @@ TEST_F(PoolLife, AKilledServerIsReplacedAndCostsNothing)
     EXPECT_NE(running.front(), server);
 }
 
-// A machine that is short of memory kills what takes most of it. That says nothing of the signatures,
-// which whoever asked would think unfit.
+// A machine that is short of memory kills what takes most of it. That says nothing of the
+// signatures, which whoever asked would think unfit.
 TEST_F(PoolLife, AServerThatIsKilledWhileItLoadsIsReplaced)
 {
     for (const int kills : {1, 2, 3}) {
