@@ -122,10 +122,6 @@ void PoolCrew::readControl()
 // The server is gone, or not to be talked to any more. Its workers die with it.
 void PoolCrew::lose()
 {
-    if (phase_ == Phase::Loading) {
-        fail("the scan worker ended while it loaded the signatures");
-        return;
-    }
     for (std::uint32_t slot = 0; slot < workers_.size(); ++slot) {
         Worker &worker = workers_[slot];
         if (worker.socket)

@@ -100,12 +100,15 @@ void PoolDispatcher::judgeCrew(TimePoint now)
     case PoolCrew::Phase::Lost:
         losses_ = crew_->answered() ? 1 : losses_ + 1;
         crew_.reset();
-        if (losses_ >= kMostLosses) {
-            failLoad("the scan workers ended repeatedly", now);
-        } else {
+        startNotBefore_ = now + 100ms * (losses_ - 1);
+        if (losses_ >= kMostLosses)
+            failLoad(announced_ ? "the scan workers ended repeatedly"
+                                : "the scan worker ended while it loaded the signatures",
+                     now);
+        else if (announced_)
             queue_.publish(LoadState::Unloaded, 0, {});
-            startNotBefore_ = now + 100ms * (losses_ - 1);
-        }
+        else
+            wantCrew_ = true; // for those that wait for the signatures
         break;
     case PoolCrew::Phase::Loading:
     case PoolCrew::Phase::Ending:

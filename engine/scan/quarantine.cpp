@@ -277,9 +277,13 @@ void Quarantine::recover()
             files::openFolderAsPlace(AT_FDCWD, slash == 0 ? "/" : record->path.substr(0, slash));
         // A folder that is gone holds nothing to recover, and what cannot be put back now stays
         // where it is for the next time.
-        if (folder)
-            files::recoverCapture(folder->fd.get(), record->path.substr(slash + 1),
-                                  record->identity, id);
+        if (!folder)
+            continue;
+        const std::string name = record->path.substr(slash + 1);
+        files::recoverCapture(folder->fd.get(), name, record->identity, id);
+        // Killed before the original went, or after it came back.
+        if (standsInPlace(folder->fd.get(), name, *record))
+            unlinkObject(vault->get(), id);
     }
 }
 

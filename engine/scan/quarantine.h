@@ -45,8 +45,8 @@ public:
     // `clean` was made from it: one that has changed since stays.
     files::Result<Kept> replace(const Catch &file, const struct stat &asRead, int clean);
 
-    // Finishes or undoes what a kill interrupted in take() or replace(). Call once before the first
-    // scan; it may take long when folders of quarantined files lie on slow drives.
+    // Finishes or undoes what a kill interrupted in take(), replace() or restore(). Call once
+    // before the first scan; it may take long when folders of quarantined files lie on slow drives.
     void recover();
 
     struct Object {

@@ -5,6 +5,7 @@
 #include "scan/vaultobject.h"
 
 #include <optional>
+#include <string>
 
 namespace talo::scan
 {
@@ -20,5 +21,9 @@ std::optional<files::Error> putInPlace(int object, const ObjectRecord &record, C
 
 // The same with no more rights than the recorded owner has, in whatever way the file system allows.
 std::optional<files::Error> restoreAsOwner(int object, const ObjectRecord &record);
+
+// Whether a file of the record's content, size and time of change stands under that name, be it the
+// original or one that was restored: then the object in the quarantine is not needed.
+bool standsInPlace(int folder, const std::string &name, const ObjectRecord &record);
 
 } // namespace talo::scan

@@ -6,6 +6,7 @@
 #include <csignal>
 #include <fcntl.h>
 #include <gtest/gtest.h>
+#include <set>
 #include <sys/stat.h>
 #include <thread>
 #include <unistd.h>
@@ -130,6 +131,31 @@ TEST_F(PoolLife, AKilledServerIsReplacedAndCostsNothing)
     const auto running = processesOf(faultyWorker());
     ASSERT_FALSE(running.empty());
     EXPECT_NE(running.front(), server);
+}
+
+// A machine that is short of memory kills what takes most of it. That says nothing of the
+// signatures, which whoever asked would think unfit.
+TEST_F(PoolLife, AServerThatIsKilledWhileItLoadsIsReplaced)
+{
+    for (const int kills : {1, 2, 3}) {
+        WorkerPool pool(config(realWorker()));
+        std::thread killer([kills] {
+            std::set<pid_t> killed;
+            EXPECT_TRUE(eventually([&] {
+                for (const pid_t server : processesOf(realWorker()))
+                    if (killed.size() < static_cast<std::size_t>(kills) &&
+                        killed.insert(server).second)
+                        kill(server, SIGKILL);
+                return killed.size() == static_cast<std::size_t>(kills);
+            }));
+        });
+        const std::string failure = pool.load();
+        killer.join();
+        if (kills < 3)
+            EXPECT_EQ(failure, "");
+        else
+            EXPECT_EQ(failure, "the scan worker ended while it loaded the signatures");
+    }
 }
 
 TEST_F(PoolLife, SignaturesThatCannotBeLoadedAreAnErrorForEachFile)

@@ -150,10 +150,12 @@ class Audit:
         for generation in sorted({each[1] for each in self.samples}):
             samples = [each for each in self.samples if each[1] == generation]
             for name, most in MOST_GROWTH.items():
-                found = growth([(age, figures[name]) for age, _, figures in samples])
+                # There is no fork server for a moment after it was killed.
+                points = [(age, figures[name]) for age, _, figures in samples if figures[name]]
+                found = growth(points)
                 if found is None:
                     continue
-                values = [figures[name] for _, _, figures in samples]
+                values = [value for _, value in points]
                 print(f"  service {generation}, {name}: {len(values)} samples, {min(values)} to "
                       f"{max(values)}, growth {found[0]:+.1f} in {found[1] / 60:.1f} minutes")
                 if found[0] > most:
