@@ -20,20 +20,6 @@ CleanFiles::CleanFiles(std::size_t most) : most_(std::max(most, kWays))
     randombytes_buf(key_.data(), key_.size());
 }
 
-CleanFiles::Generation CleanFiles::generation() const
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    return generation_;
-}
-
-void CleanFiles::forget()
-{
-    const std::lock_guard<std::mutex> lock(mutex_);
-    ++generation_;
-    places_ = std::vector<Fingerprint>();
-    used_ = 0;
-}
-
 bool CleanFiles::settled(const struct stat &file, std::time_t now)
 {
     return std::max(file.st_ctim.tv_sec, file.st_mtim.tv_sec) + kSettledSeconds < now;
@@ -67,22 +53,20 @@ CleanFiles::Fingerprint *CleanFiles::bucket(const Fingerprint &print)
     return &places_[print[1] & (places_.size() - 1) & ~(kWays - 1)];
 }
 
-bool CleanFiles::has(Generation generation, const struct stat &file, ScanOptions options) const
+bool CleanFiles::has(const struct stat &file, ScanOptions options) const
 {
     const Fingerprint print = fingerprint(file, options);
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (generation != generation_ || places_.empty())
+    if (places_.empty())
         return false;
     const auto *const begin = const_cast<CleanFiles *>(this)->bucket(print);
     return std::find(begin, begin + kWays, print) != begin + kWays;
 }
 
-void CleanFiles::add(Generation generation, const struct stat &file, ScanOptions options)
+void CleanFiles::add(const struct stat &file, ScanOptions options)
 {
     const Fingerprint print = fingerprint(file, options);
     const std::lock_guard<std::mutex> lock(mutex_);
-    if (generation != generation_)
-        return;
     if (places_.size() < most_ && used_ * 2 >= places_.size())
         grow();
     if (place(print))

@@ -1,4 +1,4 @@
-// Which files were found clean with the signatures in use, so that the next scan need not look into
+// Which files were found clean with one set of signatures, so that the next scan need not look into
 // what has not changed since.
 #pragma once
 
@@ -32,13 +32,8 @@ public:
     CleanFiles(const CleanFiles &) = delete;
     CleanFiles &operator=(const CleanFiles &) = delete;
 
-    // Which set of signatures is in use: what was learned with another counts for nothing.
-    using Generation = std::uint64_t;
-    Generation generation() const;
-    void forget(); // a new generation begins
-
-    bool has(Generation generation, const struct stat &file, ScanOptions options) const;
-    void add(Generation generation, const struct stat &file, ScanOptions options);
+    bool has(const struct stat &file, ScanOptions options) const;
+    void add(const struct stat &file, ScanOptions options);
 
     // Whether the file has been left alone for long enough.
     static bool settled(const struct stat &file, std::time_t now);
@@ -56,7 +51,6 @@ private:
     const std::size_t most_;
     Key key_;
     mutable std::mutex mutex_; // for all below
-    Generation generation_ = 1;
     std::vector<Fingerprint> places_;
     std::size_t used_ = 0;
 };

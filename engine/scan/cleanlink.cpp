@@ -56,7 +56,7 @@ bool CleanLink::trusted(const Candidate &file)
 
 std::optional<Verdict> CleanLink::judge(const Candidate &file)
 {
-    if (memory_.has(generation_, *file.status, options_))
+    if (memory_.has(*file.status, options_))
         return Verdict{VerdictKind::Clean, {}};
     return std::nullopt;
 }
@@ -70,7 +70,7 @@ void CleanLink::learn(const Candidate &file, const Verdict &verdict)
     if (fstat(file.fd, &now) != 0 || !unchanged(*file.status, now) ||
         !CleanFiles::settled(now, now_(nullptr)))
         return;
-    memory_.add(generation_, now, options_);
+    memory_.add(now, options_);
 }
 
 } // namespace talo::scan

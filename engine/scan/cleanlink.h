@@ -10,14 +10,13 @@
 namespace talo::scan
 {
 
-// One job's. Goes by what was learned with the signatures that were in use when it was made; once
-// others are, it neither knows nor learns anything.
+// One job's.
 class CleanLink final : public VerdictLink
 {
 public:
     using Clock = std::time_t (*)(std::time_t *);
     CleanLink(CleanFiles &memory, ScanOptions options, Clock now = std::time)
-        : memory_(memory), generation_(memory.generation()), options_(options), now_(now)
+        : memory_(memory), options_(options), now_(now)
     {
     }
 
@@ -28,7 +27,6 @@ private:
     bool trusted(const Candidate &file);
 
     CleanFiles &memory_;
-    const CleanFiles::Generation generation_;
     const ScanOptions options_;
     const Clock now_;
     std::unordered_map<dev_t, bool> fileSystems_; // whether their times can be trusted

@@ -68,10 +68,9 @@ protected:
 TEST(CleanFiles, knowsAFileByAllThatChangesWithItsContent)
 {
     CleanFiles memory;
-    const auto now = memory.generation();
     const struct stat known = file(1);
-    memory.add(now, known, {});
-    EXPECT_TRUE(memory.has(now, known, {}));
+    memory.add(known, {});
+    EXPECT_TRUE(memory.has(known, {}));
 
     for (int change = 0; change < 6; ++change) {
         struct stat other = known;
@@ -87,54 +86,37 @@ TEST(CleanFiles, knowsAFileByAllThatChangesWithItsContent)
             ++other.st_ctim.tv_nsec;
         else
             ++other.st_ctim.tv_sec;
-        EXPECT_FALSE(memory.has(now, other, {})) << change;
+        EXPECT_FALSE(memory.has(other, {})) << change;
     }
-    EXPECT_FALSE(memory.has(now, known, {false, true}));
-    EXPECT_FALSE(memory.has(now, known, {true, false}));
-}
-
-TEST(CleanFiles, forgetsWithTheSignatures)
-{
-    CleanFiles memory;
-    const auto before = memory.generation();
-    memory.add(before, file(1), {});
-    memory.forget();
-    const auto after = memory.generation();
-    EXPECT_FALSE(memory.has(before, file(1), {}));
-    EXPECT_FALSE(memory.has(after, file(1), {}));
-    // What a scan that began before has found meanwhile may be due to either set.
-    memory.add(before, file(1), {});
-    EXPECT_FALSE(memory.has(after, file(1), {}));
-    EXPECT_FALSE(memory.has(before, file(1), {}));
+    EXPECT_FALSE(memory.has(known, {false, true}));
+    EXPECT_FALSE(memory.has(known, {true, false}));
 }
 
 TEST(CleanFiles, growsWithoutForgetting)
 {
     CleanFiles memory;
-    const auto now = memory.generation();
     constexpr ino_t kFiles = 50000;
     for (ino_t number = 0; number < kFiles; ++number)
-        memory.add(now, file(number), {});
+        memory.add(file(number), {});
     unsigned known = 0;
     for (ino_t number = 0; number < kFiles; ++number)
-        known += memory.has(now, file(number), {}) ? 1 : 0;
+        known += memory.has(file(number), {}) ? 1 : 0;
     EXPECT_GT(known, kFiles * 9 / 10);
     for (ino_t number = kFiles; number < 2 * kFiles; ++number)
-        EXPECT_FALSE(memory.has(now, file(number), {}));
+        EXPECT_FALSE(memory.has(file(number), {}));
 }
 
 TEST(CleanFiles, holdsNoMoreThanItMay)
 {
     constexpr std::size_t kMost = 64;
     CleanFiles memory(kMost);
-    const auto now = memory.generation();
     for (ino_t number = 0; number < 10000; ++number) {
-        memory.add(now, file(number), {});
-        EXPECT_TRUE(memory.has(now, file(number), {}));
+        memory.add(file(number), {});
+        EXPECT_TRUE(memory.has(file(number), {}));
     }
     std::size_t known = 0;
     for (ino_t number = 0; number < 10000; ++number)
-        known += memory.has(now, file(number), {}) ? 1 : 0;
+        known += memory.has(file(number), {}) ? 1 : 0;
     EXPECT_LE(known, kMost);
     EXPECT_GT(known, kMost / 2);
 }
@@ -195,16 +177,6 @@ TEST_F(RememberedFile, isNotLearntWhileItIsNew)
     CleanLink link(memory_, {});
     link.learn(candidate(), kClean);
     EXPECT_FALSE(link.judge(candidate()));
-}
-
-TEST_F(RememberedFile, isForgottenByALinkOfTheOldSignatures)
-{
-    link_.learn(candidate(), kClean);
-    memory_.forget();
-    EXPECT_FALSE(link_.judge(candidate()));
-    link_.learn(candidate(), kClean);
-    CleanLink next(memory_, {}, later);
-    EXPECT_FALSE(next.judge(candidate()));
 }
 
 TEST(CleanLink, trustsNoFileSystemInMemory)
