@@ -11,7 +11,7 @@ __attribute__((visibility("default"), used)) const char *__asan_default_options(
 
 __attribute__((visibility("default"), used)) const char *__tsan_default_options()
 {
-    return "use_sigaltstack=0:handle_segv=0:handle_sigbus=0:handle_abort=0:handle_sigill=0:"
-           "handle_sigfpe=0:die_after_fork=0";
+    return "allocator_may_return_null=1:use_sigaltstack=0:handle_segv=0:handle_sigbus=0:"
+           "handle_abort=0:handle_sigill=0:handle_sigfpe=0:die_after_fork=0";
 }
 }

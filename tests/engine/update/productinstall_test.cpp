@@ -144,7 +144,8 @@ TEST_F(ProductInstallTest, DoesNotClaimToHavePutBackWhatWasNotKept)
     config_.installer.command = {"/bin/false"};
     write(keptPackage(config_.folder), "x");
     update_.reset();
-    EXPECT_NE(run().problem.find("could not be put back"), std::string::npos);
+    const ProductProgress again = run();
+    EXPECT_NE(again.problem.find("could not be put back"), std::string::npos) << again.problem;
 }
 
 TEST_F(ProductInstallTest, RunsThePackageToolAsAnAdministratorWould)
