@@ -160,7 +160,10 @@ std::optional<Installation> lastInstallation(const std::string &folder)
     // Looked at first: a helper that ends in between has written its result by then.
     const bool held = isHeld(folder);
     auto last = readInstallation(folder);
-    if (last && last->state == Installation::State::Running && !held) {
+    // One that has written its result and is about to end still keeps the next from beginning.
+    if (last && held)
+        return Installation{Installation::State::Running, last->version, {}};
+    if (last && last->state == Installation::State::Running) {
         last->state = Installation::State::Failed;
         last->problem = "the installation was interrupted; \"dpkg --configure -a\" finishes or "
                         "repairs it";
