@@ -71,6 +71,7 @@ public:
 
     void start();
     void wait() { book_.waitForEnd(); }
+    void letGo();
 
     ScanKind kind() const { return kind_; }
     JobControl &control() { return control_; }
@@ -123,6 +124,15 @@ void Job::Impl::start()
     } catch (const std::system_error &error) {
         end({JobEnd::Failed, std::string("the scan cannot be started: ") + error.what()});
     }
+}
+
+// A thread that nobody has joined keeps its stack.
+void Job::Impl::letGo()
+{
+    if (thread_.joinable())
+        thread_.join();
+    settings_ = ScanSettings();
+    excluded_.reset();
 }
 
 void Job::Impl::run()
@@ -190,6 +200,7 @@ std::string Job::Impl::load()
         if (control_.state() == JobControl::State::Stopped)
             return {};
     }
+    loader_.join();
     return loaded.get();
 }
 
@@ -354,6 +365,10 @@ void Job::stop()
 void Job::wait()
 {
     impl_->wait();
+}
+void Job::letGo()
+{
+    impl_->letGo();
 }
 ScanKind Job::kind() const
 {

@@ -127,6 +127,8 @@ public:
     void resume();
     void stop(); // asks; the job ends soon after
     void wait(); // until it has ended
+    // Once it has ended, as its recorder knows: gives back what it needs no more to be asked.
+    void letGo();
 
     ScanKind kind() const;
     JobProgress progress() const;

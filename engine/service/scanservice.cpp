@@ -219,6 +219,8 @@ void ScanService::ended(uint job)
         return;
     entry->ended = std::chrono::steady_clock::now();
     entry->workers->letGo();
+    if (entry->job)
+        entry->job->letGo();
     const std::string report = entry->record->report();
     log(Level::Info,
         entry->type + " " + std::to_string(job) + " ended, " +

@@ -128,8 +128,10 @@ std::string JobWorkers::load(scan::Priority priority)
         failure = workers.pool->load(priority);
     }
     const std::lock_guard lock(mutex_);
-    workers_ = workers;
     count_ = workers.pool->signatures().count;
+    // A scan that was stopped meanwhile has ended before this, and nobody would let go again.
+    if (workers_.pool != nullptr)
+        workers_ = workers;
     return failure;
 }
 

@@ -35,7 +35,7 @@ public:
     // The scan's end of it, which shares the hold.
     static std::unique_ptr<scan::VerdictSource> source(std::shared_ptr<JobWorkers> workers,
                                                        scan::Priority priority);
-    void letGo();
+    void letGo(); // for good, also while the scan's end still waits for the signatures
 
 private:
     friend class JobVerdicts;

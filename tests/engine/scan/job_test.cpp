@@ -4,8 +4,11 @@
 #include "engine/scan/fakesource.h"
 #include "scan/quarantine.h"
 
+#include <algorithm>
 #include <atomic>
+#include <fstream>
 #include <gtest/gtest.h>
+#include <iterator>
 #include <map>
 #include <sys/stat.h>
 #include <thread>
@@ -232,6 +235,30 @@ TEST_F(JobTest, isStoppedByItsDestruction)
     EXPECT_EQ(records_.end, JobEnd::Stopped);
     job().reset(); // one that was never started
     EXPECT_EQ(records_.ends, 1);
+}
+
+// Two of them for each thread: a stack and what guards it.
+std::ptrdiff_t mappings()
+{
+    std::ifstream maps("/proc/self/maps");
+    return std::count(std::istreambuf_iterator<char>(maps), {}, '\n');
+}
+
+TEST_F(JobTest, keepsNoThreadOnceItIsLetGo)
+{
+    file("a", "fine");
+    constexpr int kJobs = 60;
+    std::vector<std::unique_ptr<Job>> ended;
+    const auto before = mappings();
+    for (int number = 0; number < kJobs; ++number) {
+        ended.push_back(job());
+        ended.back()->start();
+        ended.back()->wait();
+        ended.back()->letGo();
+    }
+    EXPECT_LT(mappings() - before, kJobs);
+    EXPECT_EQ(ended.front()->progress().totals.clean.files, 1u);
+    EXPECT_EQ(ended.front()->progress().phase, JobPhase::Ended);
 }
 
 TEST_F(JobTest, failsWithoutSignatures)

@@ -1,3 +1,4 @@
+#include "service/signaturepools.h"
 #include "service/signatureset.h"
 
 #include <gtest/gtest.h>
@@ -80,6 +81,26 @@ TEST_F(Signatures, OfAFolderThatIsNotThereAreOfNoVersionAndTime)
     const SignatureSet set = chooseSignatures("/no/such/folder", "/nowhere");
     EXPECT_EQ(set.version, "");
     EXPECT_EQ(set.time, 0);
+}
+
+// With the workers would stay the signatures, which take a gigabyte.
+TEST_F(Signatures, AreNotHeldByAScanThatEndedWhileTheyWereLoaded)
+{
+    scan::PoolConfig config;
+    config.workerProgram = "/nonexistent";
+    config.signatureFolder = folder_;
+    std::weak_ptr<scan::WorkerPool> second;
+    std::shared_ptr<JobWorkers> workers;
+    workers = std::make_shared<JobWorkers>(
+        SetWorkers{{}, std::make_shared<scan::WorkerPool>(config)},
+        [&](const SetWorkers &, const std::string &) {
+            workers->letGo();
+            SetWorkers other{{}, std::make_shared<scan::WorkerPool>(config)};
+            second = other.pool;
+            return other;
+        });
+    EXPECT_NE(JobWorkers::source(workers, scan::Priority::Normal)->load(), "");
+    EXPECT_TRUE(second.expired());
 }
 
 } // namespace talo::service

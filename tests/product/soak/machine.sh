@@ -29,13 +29,14 @@ mount -t proc -o nosuid,nodev,noexec proc $root/proc
 mount -t sysfs -o nosuid,nodev,noexec,ro sysfs $root/sys
 mount --rbind /dev $root/dev
 rm -rf $root/var/lib/taloantivirus $root/etc/taloantivirus
-mkdir -p $root/soak $root/var/lib/taloantivirus "$root$build" "$root$source" "$build/soak"
+mkdir -p $root/soak $root/var/lib/taloantivirus
 # The machine's own signatures would take half a minute to load.
 for place in run tmp var/tmp dev/shm soak var/lib/taloantivirus var/lib/clamav; do
     mount -t tmpfs -o mode=0755 talo-soak $root/$place
 done
 chmod 1777 $root/tmp $root/var/tmp $root/dev/shm
 chmod 0700 $root/var/lib/taloantivirus
+mkdir -p "$root$build" "$root$source" "$build/soak"
 mount --bind "$build" "$root$build"
 mount --bind "$source" "$root$source"
 grep -q '^talo-scan:' $root/etc/passwd ||
