@@ -6,13 +6,13 @@
 #include "pages/boxes.h"
 #include "pages/headerband.h"
 #include "pages/messages.h"
+#include "pages/startprogram.h"
 
 #include <QBoxLayout>
 #include <QDialog>
 #include <QFileSystemModel>
 #include <QGridLayout>
 #include <QLabel>
-#include <QProcess>
 #include <QStackedWidget>
 #include <QToolButton>
 #include <QTreeView>
@@ -38,13 +38,6 @@ constexpr int kLimitReached = -2;
 const char kFullScanType[] = "1";
 const char kCustomScanType[] = "2";
 const char kQuickScanType[] = "3";
-
-// The process is left to itself: it outlives the page, and nobody waits for its end.
-void launch(const QString &program, const QString &path, const char *type)
-{
-    auto *process = new QProcess;
-    process->start("/usr/local/taloantivirus/bin/" + program, {path, type}, QIODevice::ReadWrite);
-}
 
 QToolButton *createArrow(QWidget *band, const QString &name, const QString &meaning)
 {
@@ -267,7 +260,7 @@ void Scan::startUnlessRunning(const char *program, const QString &title, const c
         warnOfLimit(title);
         break;
     default:
-        launch(program, "/", type);
+        startProgram(program, {"/", type});
     }
 }
 
@@ -300,8 +293,8 @@ void Scan::executeCustomScan()
     } else if (IsProcessRunning("CustomScan") == kLimitReached) {
         warnOfLimit(tr("Custom Scan"));
     } else {
-        launch("CustomScan", QString::fromUtf8(customPath_.toLocal8Bit().constData()),
-               kCustomScanType);
+        startProgram("CustomScan",
+                     {QString::fromUtf8(customPath_.toLocal8Bit().constData()), kCustomScanType});
     }
     customPath_.clear();
 }

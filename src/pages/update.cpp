@@ -7,10 +7,10 @@
 #include "pages/headerband.h"
 #include "pages/messages.h"
 #include "pages/signatureupdate.h"
+#include "pages/startprogram.h"
 
 #include <QBoxLayout>
 #include <QLabel>
-#include <QProcess>
 #include <QToolButton>
 
 #include <cstring>
@@ -20,13 +20,6 @@ namespace
 
 // IsProductUpdateRunning() answers so when an update of the kind runs, despite its name.
 constexpr int kAlreadyRunning = 0;
-
-// The process is left to itself: it outlives the page, and nobody waits for its end.
-void launch(const QString &program)
-{
-    auto *process = new QProcess;
-    process->start("/usr/local/taloantivirus/bin/" + program, {}, QIODevice::ReadWrite);
-}
 
 // A buffer that the engine has filled to its last byte has no terminator.
 template <int size> QString textOf(const char (&buffer)[size])
@@ -243,6 +236,6 @@ void Update::startUnlessRunning(const char *kind, const QString &program, const 
     if (IsProductUpdateRunning(kind) == kAlreadyRunning) {
         talo::showWarning(this, warning);
     } else {
-        launch(program);
+        startProgram(program);
     }
 }
