@@ -1,5 +1,5 @@
-#include "service/signaturepools.h"
 #include "service/signatureset.h"
+#include "service/signaturepools.h"
 
 #include <gtest/gtest.h>
 

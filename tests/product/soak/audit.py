@@ -12,9 +12,9 @@ PATIENCE = 300.0  # until the service is at rest; the machine may be busy with o
 RUN_DOUBT = 10 * RATE  # from a scan's being due to its report, by the schedules' clock
 STATE_FILES = {"taloantivirus.db", "taloantivirus.db-wal", "taloantivirus.db-shm",
                "taloantivirus.db.good", "quarantine", "signatures"}
-# How much a figure may grow on the straight line through its samples, over the whole of them but
-# the first third. A leak of a hundred bytes for each action of an hour is a quarter of a megabyte.
-MOST_GROWTH = {"memory": 2048, "server": 2048, "descriptors": 3, "threads": 3}  # kB and numbers
+# How much a figure may grow on the straight line through its samples but for the first third. In
+# an hour that is a quarter of an hour of a process, with some 500 scans: 2 kB for each are noticed.
+MOST_GROWTH = {"memory": 1024, "server": 1024, "descriptors": 3, "threads": 3}  # kB and numbers
 
 
 class Audit:
