@@ -120,17 +120,7 @@ ProgramEnd TestTranslations::run(const QString &program, const QStringList &argu
         all.remove(name);
     for (auto one = environment.cbegin(); one != environment.cend(); ++one)
         all.insert(one.key(), one.value());
-    QProcess process;
-    process.setProcessEnvironment(all);
-    process.start(installed(program), arguments);
-    if (!process.waitForFinished(20000)) {
-        process.kill();
-        process.waitForFinished();
-        return {};
-    }
-    const bool ended = process.exitStatus() == QProcess::NormalExit;
-    return {ended ? process.exitCode() : -1, process.readAllStandardOutput(),
-            process.readAllStandardError()};
+    return runFile(installed(program), arguments, all);
 }
 
 ProgramEnd TestTranslations::run(const QString &line, const QString &bus) const

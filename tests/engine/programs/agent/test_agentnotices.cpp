@@ -176,7 +176,7 @@ void AgentNoticesTest::waitsForADesktop()
     engine_->tellThreat(kType, "/a", "Test", "left");
     engine_->tellThreat(kType, "/b", "Test", "left");
     engine_->tellEnd(kType, talo::interface::Finished, "", 2, 2, "key");
-    QTest::qWait(100);
+    engine_->untilHeard();
     takeDesktop();
     QTRY_COMPARE(seen().size(), 2);
     QCOMPARE(seen()[0].summary, QString("2 threats found"));

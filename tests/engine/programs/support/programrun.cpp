@@ -30,9 +30,15 @@ QProcessEnvironment withoutDisplay(const QString &busAddress)
 
 ProgramEnd runProgram(const QString &name, const QStringList &arguments, const QString &busAddress)
 {
+    return runFile(builtProgram(name), arguments, withoutDisplay(busAddress));
+}
+
+ProgramEnd runFile(const QString &path, const QStringList &arguments,
+                   const QProcessEnvironment &environment)
+{
     QProcess process;
-    process.setProcessEnvironment(withoutDisplay(busAddress));
-    process.start(builtProgram(name), arguments);
+    process.setProcessEnvironment(environment);
+    process.start(path, arguments);
     if (!process.waitForFinished(kLongestRun)) {
         process.kill();
         process.waitForFinished();

@@ -21,5 +21,8 @@ QString builtProgram(const QString &name);
 QProcessEnvironment withoutDisplay(const QString &busAddress);
 
 ProgramEnd runProgram(const QString &name, const QStringList &arguments, const QString &busAddress);
+// The same of any program, in an environment of the caller's.
+ProgramEnd runFile(const QString &path, const QStringList &arguments,
+                   const QProcessEnvironment &environment);
 
 } // namespace talo::tests
