@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
 #include <cstring>
 #include <linux/fiemap.h>
 #include <linux/fs.h>
@@ -58,6 +59,23 @@ bool listExtents(int file, std::uint64_t end, std::vector<struct fiemap_extent> 
     return true;
 }
 
+// The same for file systems, as those in memory, that tell only where a file holds something.
+bool listData(int file, std::uint64_t end, std::vector<FileRange> &parts)
+{
+    for (std::uint64_t next = 0; next < end;) {
+        const off_t start = lseek(file, static_cast<off_t>(next), SEEK_DATA);
+        if (start < 0)
+            return errno == ENXIO; // nothing from there on
+        const off_t hole = lseek(file, start, SEEK_HOLE);
+        if (hole <= start)
+            return false;
+        next = static_cast<std::uint64_t>(hole);
+        parts.push_back(
+            {static_cast<std::uint64_t>(start), static_cast<std::uint64_t>(hole - start)});
+    }
+    return true;
+}
+
 void append(std::vector<FileRange> &ranges, std::uint64_t start, std::uint64_t end)
 {
     if (!ranges.empty()) {
@@ -88,7 +106,7 @@ FileLayout layoutOf(int file, const struct stat &status)
     const std::uint64_t end = roundUp(static_cast<std::uint64_t>(status.st_size));
 
     std::vector<struct fiemap_extent> extents;
-    const bool told = listExtents(file, end, extents);
+    bool told = listExtents(file, end, extents);
     for (const struct fiemap_extent &extent : extents) {
         const std::uint64_t extentEnd =
             std::min<std::uint64_t>(extent.fe_logical + extent.fe_length, end);
@@ -99,8 +117,16 @@ FileLayout layoutOf(int file, const struct stat &status)
         if ((extent.fe_flags & kNowhere) == 0)
             layout.places.push_back({extent.fe_physical, extent.fe_length});
     }
-    // Only a file with holes is worth trusting the list for.
-    if (!told || !isSparse(status)) {
+    // Only a file with holes is worth trusting a list for.
+    const bool sparse = isSparse(status);
+    if (!told && sparse) {
+        std::vector<FileRange> parts;
+        layout.ranges.clear();
+        told = listData(file, end, parts);
+        for (const FileRange &part : parts)
+            append(layout.ranges, part.start / block * block, roundUp(part.start + part.length));
+    }
+    if (!told || !sparse) {
         layout.ranges.clear();
         append(layout.ranges, 0, end);
     }

@@ -30,7 +30,8 @@ struct FileLayout {
 };
 
 // Holes are left out: nothing was ever stored there. Space that was set aside and is said to hold
-// nothing is included, for it may hold what the file contained before it was cleared.
+// nothing is included, where the file system tells it from a hole: it may hold what the file
+// contained before it was cleared.
 FileLayout layoutOf(int file, const struct stat &status);
 
 } // namespace talo::files

@@ -132,19 +132,6 @@ TEST_F(Shred, TakesEmptyFilesAndThoseOfManyPieces)
     }
 }
 
-TEST_F(Shred, PassesOverHoles)
-{
-    writeFile(file_, "x");
-    std::filesystem::resize_file(file_, 1ULL << 40); // a tebibyte
-    long long last = 0;
-    EXPECT_EQ(FileShredder({1, {}})
-                  .shred(file_, [&](long long written, long long) { last = written; })
-                  .fault,
-              ShredFault::None);
-    EXPECT_LE(last, 1 << 20);
-    EXPECT_FALSE(exists(file_));
-}
-
 TEST_F(Shred, TakesNamesOfAnyKind)
 {
     for (const std::string &name : {std::string(255, 'n'), std::string("a"), std::string("-rf"),
