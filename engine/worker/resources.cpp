@@ -1,5 +1,6 @@
 #include "confinement.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
@@ -25,7 +26,10 @@ std::string limitResources(const Limits &limits)
         {RLIMIT_AS, limits.addressSpace},
     };
     for (const auto &limit : kLimits) {
-        const rlimit both{limit.most, limit.most};
+        // One that was lower before cannot be raised, and confines as well.
+        rlimit both{};
+        if (getrlimit(limit.resource, &both) == 0)
+            both.rlim_cur = both.rlim_max = std::min(both.rlim_max, limit.most);
         if (setrlimit(limit.resource, &both) != 0)
             return std::string("a resource limit cannot be set: ") + std::strerror(errno);
     }

@@ -6,6 +6,7 @@
 #include <grp.h>
 #include <gtest/gtest.h>
 #include <sched.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -47,6 +48,10 @@ protected:
         if (setgroups(0, nullptr) != 0 || setresgid(65533, 65533, 65533) != 0 ||
             setresuid(65533, 65533, 65533) != 0)
             _exit(100);
+        // A session's own limit, lower than a worker's and not to be raised.
+        const rlimit low{16u << 20, 16u << 20};
+        if (setrlimit(RLIMIT_FSIZE, &low) != 0)
+            _exit(102);
         int wrong = 0;
         {
             WorkerPool pool(config(faultyWorker()));
