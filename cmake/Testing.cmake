@@ -28,3 +28,16 @@ function(talo_add_qtest name)
     set_tests_properties(${name} PROPERTIES ENVIRONMENT
         "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TALO_BUILD_DIR=${CMAKE_BINARY_DIR}")
 endfunction()
+
+# Devices are made up by umockdev, which stands between the test and the real /sys.
+function(talo_mock_devices name)
+    set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT LD_PRELOAD=libumockdev-preload.so.0)
+    if(TALO_SANITIZE STREQUAL "thread")
+        set(folder ${PROJECT_SOURCE_DIR}/cmake/sanitizers)
+        file(READ ${folder}/races.supp races)
+        file(READ ${folder}/mockeddevices.supp mocked)
+        file(WRITE ${PROJECT_BINARY_DIR}/mockeddevices.supp "${races}${mocked}")
+        set_property(TEST ${name} APPEND PROPERTY ENVIRONMENT
+            TSAN_OPTIONS=suppressions=${PROJECT_BINARY_DIR}/mockeddevices.supp:print_suppressions=0:history_size=7)
+    endif()
+endfunction()

@@ -44,5 +44,6 @@ grep -q '^talo-scan:' $root/etc/passwd ||
 ip link set lo up
 # The shell stays, as the first process, to wait for those that lose their parent.
 env -i PATH=/usr/sbin:/usr/bin:/sbin:/bin LC_ALL=C.UTF-8 HOME=/root TZ=UTC PYTHONUNBUFFERED=1 \
-    PYTHONDONTWRITEBYTECODE=1 chroot $root /usr/bin/python3 \
+    PYTHONDONTWRITEBYTECODE=1 ASAN_OPTIONS="${ASAN_OPTIONS:-}" LSAN_OPTIONS="${LSAN_OPTIONS:-}" \
+    TSAN_OPTIONS="${TSAN_OPTIONS:-}" chroot $root /usr/bin/python3 \
     "$source/tests/product/soak/soak.py" "$build" "$source" "$@" || exit $?
