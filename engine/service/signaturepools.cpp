@@ -54,9 +54,9 @@ bool knowsTestFile(const std::string &set)
     });
 }
 
-std::string faultOf(WorkerPool &pool, const std::string &set)
+std::string faultOf(WorkerPool &pool, const std::string &set, scan::Priority priority)
 {
-    std::string failure = pool.load();
+    std::string failure = pool.load(priority);
     if (!failure.empty())
         return failure;
     if (pool.signatures().count == 0)
@@ -203,10 +203,10 @@ SetWorkers SignaturePools::instead(const SetWorkers &bad, const std::string &rea
     return use(set);
 }
 
-std::string SignaturePools::tryOut(const std::string &set)
+std::string SignaturePools::tryOut(const std::string &set, scan::Priority priority)
 {
     auto pool = make(set);
-    std::string failure = faultOf(*pool, set);
+    std::string failure = faultOf(*pool, set, priority);
     if (!failure.empty())
         return failure;
     const std::lock_guard lock(mutex_);

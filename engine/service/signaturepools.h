@@ -63,8 +63,8 @@ public:
     unsigned signatures() const; // of the set in use, if it is loaded
 
     // Loads a set and has its workers look at samples. Empty, or why it is of no use; where it is
-    // of use, the workers are kept for adopt().
-    std::string tryOut(const std::string &set);
+    // of use, the workers are kept for adopt(). The priority is that of loading.
+    std::string tryOut(const std::string &set, scan::Priority priority);
     // The set that was tried out last is the one in use now.
     void adopt();
     void forgetTrial();

@@ -155,11 +155,14 @@ bool UpdateService::start(uint handle)
 void UpdateService::launch(Asked asked)
 {
     run_->asked = asked;
+    const auto priority =
+        asked == Asked::ByUser ? scan::Priority::Normal : scan::Priority::Background;
     run_->update = std::make_unique<update::SignatureUpdate>(
-        rooms_.sets, update::SignatureUpdate::Task{
-                         run_->settings.source, systemSignatures(), wish(record_),
-                         [this](const std::string &set) { return rooms_.pools.tryOut(set); },
-                         [this] { rooms_.pools.adopt(); }});
+        rooms_.sets,
+        update::SignatureUpdate::Task{
+            run_->settings.source, systemSignatures(), wish(record_),
+            [this, priority](const std::string &set) { return rooms_.pools.tryOut(set, priority); },
+            [this] { rooms_.pools.adopt(); }});
     record_.attempted = std::time(nullptr);
     const std::string failure = rooms_.store.write(Kind::Signatures, record_);
     if (!failure.empty())

@@ -1,4 +1,4 @@
-add_library(pool_fixture STATIC pool_fixture.cpp)
+add_library(pool_fixture STATIC pool_fixture.cpp longload.cpp)
 target_include_directories(pool_fixture PUBLIC ${PROJECT_SOURCE_DIR}/tests)
 target_link_libraries(pool_fixture PRIVATE talo_options PUBLIC talo_scan_pool GTest::gtest)
 target_compile_definitions(pool_fixture PRIVATE TALO_BUILD_DIR="${CMAKE_BINARY_DIR}")
