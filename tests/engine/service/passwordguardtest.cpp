@@ -1,4 +1,5 @@
 // What the settings password guards, and whom the service trusts once it was given.
+#include "engine/service/method.h"
 #include "engine/service/passwordbench.h"
 #include "interface/names.h"
 #include "interface/types.h"
@@ -13,17 +14,6 @@ using namespace talo::interface;
 
 namespace
 {
-
-struct Method {
-    const char *interface;
-    const char *name;
-    QVariantList arguments;
-};
-
-QVariant settings(const char *key, int value)
-{
-    return QVariant::fromValue(SettingMap{{key, value}});
-}
 
 // Everything that changes protection or weakens it.
 QList<Method> guarded()

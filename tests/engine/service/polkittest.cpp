@@ -1,4 +1,5 @@
 // talod on a system bus with the real polkit: who may do what, and who never may.
+#include "engine/service/method.h"
 #include "engine/service/systembus.h"
 #include "interface/names.h"
 #include "interface/types.h"
@@ -21,17 +22,6 @@ constexpr uint kStranger = 65534; // has no session and no rule
 constexpr uint kAllowed = 1;      // "daemon", whom the test's rule allows
 
 constexpr char kPolkit[] = "org.freedesktop.PolicyKit1";
-
-struct Method {
-    const char *interface;
-    const char *name;
-    QVariantList arguments;
-};
-
-QVariant settings(const char *key, int value)
-{
-    return QVariant::fromValue(SettingMap{{key, value}});
-}
 
 const QByteArray kSecret = "secret";
 
