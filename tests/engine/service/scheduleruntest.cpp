@@ -89,6 +89,15 @@ private slots:
     void waitForMainsNoLongerThanADay();
     void followTheTimeZone();
     void leaveTheMachineToOthers();
+
+private:
+    // With so much that a scan takes a while.
+    void fillPlace()
+    {
+        for (int number = 0; number < 6000; ++number)
+            writeFile(folder_->filePath(QStringLiteral("place/%1").arg(number)),
+                      QByteArray::number(number));
+    }
 };
 
 void ScheduleRunTest::runAtTheirTime()
@@ -179,6 +188,7 @@ void ScheduleRunTest::waitForAScanOfTheirKind()
 
 void ScheduleRunTest::waitForOneOfFourJobsToEnd()
 {
+    fillPlace(); // none shall be over before it is paused
     prepare({{"full", 1, 8}});
     start(kDue - 20, 10);
     QList<uint> jobs;
@@ -237,9 +247,7 @@ void ScheduleRunTest::followTheTimeZone()
 // The threads that walk and open, and the workers that look inside.
 void ScheduleRunTest::leaveTheMachineToOthers()
 {
-    for (int number = 0; number < 6000; ++number)
-        writeFile(folder_->filePath(QStringLiteral("place/%1").arg(number)),
-                  QByteArray::number(number));
+    fillPlace();
     prepare({{"full", 1, 8}});
     start(kDue - 20, 10);
     QTRY_COMPARE_WITH_TIMEOUT(running().size(), 1, kSoon);
@@ -247,7 +255,8 @@ void ScheduleRunTest::leaveTheMachineToOthers()
     const auto progress = [&] {
         return QDBusReply<ScanProgress>(call(kScan, "Progress", {job, 0U})).value();
     };
-    QTRY_VERIFY_WITH_TIMEOUT(progress().filesDone > 0, kSoon);
+    // No worker is started for what is left out.
+    QTRY_VERIFY_WITH_TIMEOUT(progress().clean > 0, kSoon);
     call(kScan, "Pause", {job});
     QTRY_COMPARE_WITH_TIMEOUT(progress().state, uint(Paused), kSoon);
     const qint64 service = service_->processId();

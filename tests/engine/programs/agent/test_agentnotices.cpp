@@ -178,9 +178,13 @@ void AgentNoticesTest::waitsForADesktop()
     engine_->tellEnd(kType, talo::interface::Finished, "", 2, 2, "key");
     engine_->untilHeard();
     takeDesktop();
-    QTRY_COMPARE(seen().size(), 2);
-    QCOMPARE(seen()[0].summary, QString("2 threats found"));
-    QCOMPARE(seen()[1].summary, QString("Scheduled Full Scan finished"));
+    QTRY_COMPARE(seen().isEmpty() ? QString() : seen().last().summary,
+                 QString("Scheduled Full Scan finished"));
+    // The first threat is told alone where the desktop is just there when it is to be shown.
+    const int told = seen().size();
+    QVERIFY(told == 2 || (told == 3 && seen()[0].summary == "Threat found" &&
+                          seen()[1].replaces == seen()[0].id));
+    QCOMPARE(seen()[told - 2].summary, QString("2 threats found"));
     // Each once, also when there is another desktop.
     desktop_.reset();
     takeDesktop();
