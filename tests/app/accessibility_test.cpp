@@ -4,6 +4,7 @@
 #include "app/panelwalk.h"
 #include "support/keyboarduse.h"
 #include "support/scriptedengine.h"
+#include "support/soon.h"
 
 #include <QAbstractItemView>
 #include <QApplication>
@@ -112,7 +113,7 @@ void AccessibilityTest::arrowsChooseFile()
             return;
         auto *tree = window->findChild<QAbstractItemView *>();
         QSignalSpy spy(tree, SIGNAL(clicked(QModelIndex)));
-        QTRY_VERIFY(tree->model()->rowCount() > 0);
+        QTRY_VERIFY_WITH_TIMEOUT(tree->model()->rowCount() > 0, kSoon);
         tree->setFocus();
         QTest::keyRelease(tree, Qt::Key_Tab);
         QCOMPARE(spy.count(), 0);

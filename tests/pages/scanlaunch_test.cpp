@@ -4,6 +4,7 @@
 #include "support/dialogs.h"
 #include "support/programs.h"
 #include "support/scriptedengine.h"
+#include "support/soon.h"
 #include "support/widgets.h"
 
 #include <QApplication>
@@ -144,7 +145,7 @@ void ScanLaunchTest::startsPrograms()
     } else {
         QVERIFY(clickSlide(slide));
     }
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
     const Launch launch = programs_.launches().first();
     QCOMPARE(launch.program, program);
     QTEST(launch.arguments, "arguments");
@@ -181,7 +182,7 @@ void ScanLaunchTest::refuses()
     QCOMPARE(page_->findChildren<QProcess *>().size(), 0);
     ScriptedEngine::instance().answerOnce("IsProcessRunning", {-1});
     QVERIFY(clickSlide(slide));
-    QTRY_VERIFY(!programs_.launches().isEmpty());
+    QTRY_VERIFY_WITH_TIMEOUT(!programs_.launches().isEmpty(), kSoon);
     QTest::qWait(50);
     QCOMPARE(programs_.launches().size(), 1);
 }
@@ -238,7 +239,7 @@ void ScanLaunchTest::customScanTakesFolderOrFile()
     });
     QVERIFY(clickSlide(2));
     QCOMPARE(dialogs.fault(), QString());
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
     QCOMPARE(programs_.launches().first().program, QString("CustomScan"));
     QCOMPARE(programs_.launches().first().arguments, QStringList({path, "2"}));
 }
@@ -265,7 +266,7 @@ void ScanLaunchTest::severalCustomScansMayRun()
         });
         QVERIFY(clickSlide(2));
         QCOMPARE(dialogs.fault(), QString());
-        QTRY_COMPARE(programs_.launches().size(), count);
+        QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), count, kSoon);
     }
     const auto checks = ScriptedEngine::instance().calls("IsProcessRunning");
     QCOMPARE(checks[1].arguments, std::vector<std::string>{"CustomScan"});
@@ -296,7 +297,7 @@ void ScanLaunchTest::pathSurvivesCancel()
     dialogs.expectDialog(pressOk);
     QVERIFY(clickSlide(2));
     QCOMPARE(dialogs.fault(), QString());
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
     QCOMPARE(programs_.launches().first().arguments, QStringList({folder_.path(), "2"}));
 }
 

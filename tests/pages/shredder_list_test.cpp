@@ -2,6 +2,7 @@
 #include "pages/pagesupport.h"
 #include "pages/shreddersupport.h"
 #include "support/scriptedengine.h"
+#include "support/soon.h"
 #include "support/tables.h"
 #include "support/widgets.h"
 
@@ -134,7 +135,8 @@ void ShredderListTest::lastRowCanBeReached()
     const QTableWidgetItem *last = table->item(19, 0);
     auto *container = window_->page.findChild<QWidget *>("updatecontainer");
     // Nor is the status cut off at its side.
-    QTRY_VERIFY(table->visualItemRect(table->item(19, 1)).right() <= table->viewport()->width());
+    QTRY_VERIFY_WITH_TIMEOUT(
+        table->visualItemRect(table->item(19, 1)).right() <= table->viewport()->width(), kSoon);
     const int end = container->mapTo(&window_->page, QPoint(0, container->height())).y();
     // The table lays itself out once the rows have been added.
     const auto reached = [&] {
@@ -142,7 +144,7 @@ void ShredderListTest::lastRowCanBeReached()
         const QPoint bottom = table->visualItemRect(last).bottomLeft();
         return table->viewport()->mapTo(&window_->page, bottom).y() < end;
     };
-    QTRY_VERIFY(reached());
+    QTRY_VERIFY_WITH_TIMEOUT(reached(), kSoon);
 }
 
 void ShredderListTest::backLeadsToTheTools()

@@ -2,6 +2,7 @@
 // buttons of the window.
 #include "pages/signatureupdate.h"
 #include "support/scriptedengine.h"
+#include "support/soon.h"
 #include "support/widgets.h"
 
 #include <QApplication>
@@ -115,7 +116,7 @@ void SignatureUpdateRunTest::holdRun()
 void SignatureUpdateRunTest::startRun()
 {
     window_->startSignatureUpdate();
-    QTRY_COMPARE(ScriptedEngine::instance().calls(kStart).size(), size_t(1));
+    QTRY_COMPARE_WITH_TIMEOUT(ScriptedEngine::instance().calls(kStart).size(), size_t(1), kSoon);
 }
 
 void SignatureUpdateRunTest::engineSays(long long total, long long remaining, float percentage,
@@ -128,7 +129,8 @@ void SignatureUpdateRunTest::engineSays(long long total, long long remaining, fl
 void SignatureUpdateRunTest::workerAsksInOrder()
 {
     window_->startSignatureUpdate();
-    QTRY_COMPARE(callNames(), QStringList({"register_callback", kNetwork, kInitiate, kStart}));
+    QTRY_COMPARE_WITH_TIMEOUT(
+        callNames(), QStringList({"register_callback", kNetwork, kInitiate, kStart}), kSoon);
     QCOMPARE(ScriptedEngine::instance().calls("register_callback")[0].arguments,
              std::vector<std::string>{"function"});
     QCOMPARE(ScriptedEngine::instance().calls(kStart)[0].arguments, std::vector<std::string>{"42"});
@@ -152,11 +154,12 @@ void SignatureUpdateRunTest::offline()
     ScriptedEngine::instance().answer(kNetwork, {code});
     window_->startSignatureUpdate();
     if (offline) {
-        QTRY_VERIFY(finished());
+        QTRY_VERIFY_WITH_TIMEOUT(finished(), kSoon);
         QCOMPARE(outcome(), QString("You do not have any working Internet Connection !"));
         QVERIFY(ScriptedEngine::instance().calls(kInitiate).empty());
     } else {
-        QTRY_COMPARE(ScriptedEngine::instance().calls(kStart).size(), size_t(1));
+        QTRY_COMPARE_WITH_TIMEOUT(ScriptedEngine::instance().calls(kStart).size(), size_t(1),
+                                  kSoon);
         QVERIFY(!finished());
     }
 }
@@ -174,7 +177,7 @@ void SignatureUpdateRunTest::failsToPrepare()
     QFETCH(int, code);
     ScriptedEngine::instance().answer(kInitiate, {code, {}, {42}});
     window_->startSignatureUpdate();
-    QTRY_VERIFY(finished());
+    QTRY_VERIFY_WITH_TIMEOUT(finished(), kSoon);
     QCOMPARE(outcome(), QString("Virus signature update stopped, Try again !"));
     QVERIFY(ScriptedEngine::instance().calls(kStart).empty());
 }
@@ -189,7 +192,7 @@ void SignatureUpdateRunTest::failsUnderWay()
     QFETCH(int, code);
     ScriptedEngine::instance().answer(kStart, {code});
     window_->startSignatureUpdate();
-    QTRY_VERIFY(finished());
+    QTRY_VERIFY_WITH_TIMEOUT(finished(), kSoon);
     QCOMPARE(outcome(), QString("Virus signature update stopped, Try again !"));
 }
 
@@ -205,7 +208,7 @@ void SignatureUpdateRunTest::succeeds()
     };
     ScriptedEngine::instance().answer(kStart, answer);
     window_->startSignatureUpdate();
-    QTRY_VERIFY(finished());
+    QTRY_VERIFY_WITH_TIMEOUT(finished(), kSoon);
     QCOMPARE(outcome(), QString("Virus signature updated successfully !"));
     QCOMPARE(announced.count(), 1);
     QCOMPARE(window_->findChild<QProgressBar *>("prg")->value(), 99);
@@ -255,7 +258,7 @@ void SignatureUpdateRunTest::stopShowsEnginesWord()
     answer.during = [] { ScriptedEngine::instance().reportUpdate(300, 200, 33.3F, 0, 3); };
     ScriptedEngine::instance().answer(kStop, answer);
     QVERIFY(click(button(window_.get(), "STOP")));
-    QTRY_COMPARE(outcome(), QString("Virus signature update stopped."));
+    QTRY_COMPARE_WITH_TIMEOUT(outcome(), QString("Virus signature update stopped."), kSoon);
     QVERIFY(finished());
     QCOMPARE(ScriptedEngine::instance().calls(kStop)[0].arguments, std::vector<std::string>{"42"});
 }
@@ -318,11 +321,11 @@ void SignatureUpdateRunTest::closingLeavesRunAlone()
 void SignatureUpdateRunTest::lastStartedWindowGetsReports()
 {
     window_->startSignatureUpdate();
-    QTRY_COMPARE(ScriptedEngine::instance().calls(kStart).size(), size_t(1));
+    QTRY_COMPARE_WITH_TIMEOUT(ScriptedEngine::instance().calls(kStart).size(), size_t(1), kSoon);
     SignatureUpdate second(nullptr);
     second.show();
     second.startSignatureUpdate();
-    QTRY_COMPARE(ScriptedEngine::instance().calls(kStart).size(), size_t(2));
+    QTRY_COMPARE_WITH_TIMEOUT(ScriptedEngine::instance().calls(kStart).size(), size_t(2), kSoon);
     engineSays(300, 0, 100.0F, 10, 7);
     QVERIFY(!finished());
     QVERIFY(second.findChildren<QWidget *>("sigupdatemiddle").value(1)->isVisible());
@@ -337,7 +340,7 @@ void SignatureUpdateRunTest::slotsRunOnTheirOwnThread()
     startRun();
     QVERIFY(ScriptedEngine::instance().reportUpdate(300, 0, 100.0F, 10, 2));
     QVERIFY(!finished()); // nothing has touched a widget from the other thread
-    QTRY_VERIFY(finished());
+    QTRY_VERIFY_WITH_TIMEOUT(finished(), kSoon);
     QCOMPARE(seen, QThread::currentThread());
 }
 

@@ -5,6 +5,7 @@
 #include "support/dialogs.h"
 #include "support/programs.h"
 #include "support/scriptedengine.h"
+#include "support/soon.h"
 #include "support/widgets.h"
 
 #include <QApplication>
@@ -300,7 +301,7 @@ void UpdatePageTest::startsProgram()
     ScriptedEngine::instance().answer(kRunning, {code});
     const Dialogs dialogs;
     QVERIFY(click(updateButton(product)));
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
     const talo::test::Launch launch = programs_.launches().first();
     QCOMPARE(launch.program,
              QString(product ? "TaloAntivirus_Product_Update" : "TaloAntivirus_Signature_Update"));
@@ -341,7 +342,7 @@ void UpdatePageTest::twoClicksMakeTwoHiddenWindows()
     }
     QVERIFY(click(updateButton(false)));
     QVERIFY(click(updateButton(false)));
-    QTRY_COMPARE(programs_.launches().size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 2, kSoon);
     QCOMPARE(updateWindows().size(), 2);
     for (const SignatureUpdate *window : updateWindows()) {
         QVERIFY(!window->isVisible());
@@ -364,7 +365,7 @@ void UpdatePageTest::secondClickIsRefusedOnceEngineKnows()
     QVERIFY(click(updateButton(false)));
     QVERIFY(click(updateButton(false)));
     QCOMPARE(dialogs.fault(), QString());
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
     QCOMPARE(updateWindows().size(), 2);
 }
 

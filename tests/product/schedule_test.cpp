@@ -9,6 +9,7 @@
 #include "interface/names.h"
 #include "product/desktop.h"
 #include "product/installation.h"
+#include "support/soon.h"
 
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
@@ -214,9 +215,10 @@ void ProductScheduleTest::runsWhenDueAndIsReported()
     startAt(0, QTime(1, 59, 30), 1);
     qputenv("DBUS_SESSION_BUS_ADDRESS", bus.toLocal8Bit());
     const Running agent(QString(kPrefix) + "/bin/talo-agent", {});
-    QTRY_VERIFY(talo::interface::connectToBus(bus, "watch")
-                    .interface()
-                    ->isServiceRegistered("org.taloantivirus.Agent1"));
+    QTRY_VERIFY_WITH_TIMEOUT(talo::interface::connectToBus(bus, "watch")
+                                 .interface()
+                                 ->isServiceRegistered("org.taloantivirus.Agent1"),
+                             kSoon);
     QCOMPARE(reports(), 0);
     QVERIFY(!scanning());
 
@@ -230,7 +232,7 @@ void ProductScheduleTest::runsWhenDueAndIsReported()
                 summaries << shown.summary;
         return summaries;
     };
-    QTRY_COMPARE(told(), QStringList({"Threat found", kScan + " finished"}));
+    QTRY_COMPARE_WITH_TIMEOUT(told(), QStringList({"Threat found", kScan + " finished"}), kSoon);
     qunsetenv("DBUS_SESSION_BUS_ADDRESS");
 }
 
@@ -260,7 +262,7 @@ void ProductScheduleTest::runsOnceThoughKilledInTheMidst()
     killService();
     startAt(1, QTime(2, 0, 5), 600);
     // What the kill left behind counts as the run.
-    QTRY_COMPARE(reports(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(reports(), 2, kSoon);
     QElapsedTimer passing;
     passing.start();
     while (passing.elapsed() < 5000)
@@ -273,7 +275,7 @@ void ProductScheduleTest::isMadeUpForOnce()
     killService(); // and the machine is off for two of its times
     startAt(3, QTime(9, 0), 60);
     QTRY_COMPARE_WITH_TIMEOUT(reports(), 3, 60000);
-    QTRY_VERIFY(!scanning());
+    QTRY_VERIFY_WITH_TIMEOUT(!scanning(), kSoon);
     QElapsedTimer passing;
     passing.start();
     while (passing.elapsed() < 5000)

@@ -11,7 +11,7 @@ namespace
 {
 
 constexpr int kPollMs = 5;
-constexpr int kPatienceMs = 5000;
+constexpr int kPatienceMs = 20000;
 
 } // namespace
 

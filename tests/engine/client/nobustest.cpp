@@ -41,7 +41,8 @@ protected:
     }
     void TearDown() override
     {
-        EXPECT_LT(std::chrono::steady_clock::now() - began_, std::chrono::seconds(1));
+        // Nothing was waited for: that takes five seconds.
+        EXPECT_LT(std::chrono::steady_clock::now() - began_, std::chrono::seconds(4));
     }
 
 private:

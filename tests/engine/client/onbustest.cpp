@@ -69,7 +69,8 @@ void OnBusTest::noServiceIsKnownAtOnce()
     int count = 7;
     QCOMPARE(libReports::GetReportList(list, "", "", &count), 201);
     QCOMPARE(IsProcessRunning("FullScan"), 1);
-    QVERIFY(std::chrono::steady_clock::now() - began < std::chrono::seconds(1));
+    // Nothing was waited for: that takes five seconds.
+    QVERIFY(std::chrono::steady_clock::now() - began < std::chrono::seconds(4));
 }
 
 void OnBusTest::theRealServiceAnswers()

@@ -6,6 +6,7 @@
 #include "engine/libsettings.h"
 #include "engine/notifysettingchange.h"
 #include "engine/service/privatebus.h"
+#include "support/soon.h"
 
 #include <QDir>
 #include <QFile>
@@ -141,7 +142,7 @@ void ClientSettingsTest::stop()
     service_->terminate();
     QVERIFY(service_->waitForFinished());
     service_.reset();
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
 }
 
 void ClientSettingsTest::settingsHoldAcrossARestart()

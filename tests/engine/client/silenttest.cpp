@@ -32,13 +32,13 @@ void SilentTest::isWaitedForOnce()
     const auto began = Clock::now();
     QCOMPARE(libReports::DeleteReport("k"), 201);
     const auto first = Clock::now() - began;
-    QVERIFY(first > std::chrono::milliseconds(4500) && first < std::chrono::seconds(8));
+    QVERIFY(first > std::chrono::milliseconds(4500) && first < std::chrono::seconds(20));
 
     const auto again = Clock::now();
     std::string list;
     QCOMPARE(libReports::GetReportList(list, "", "", nullptr), 201);
     QCOMPARE(IsProcessRunning("FullScan"), 1);
-    QVERIFY(Clock::now() - again < std::chrono::milliseconds(500));
+    QVERIFY(Clock::now() - again < std::chrono::seconds(4)); // not waited for anew
     QDBusConnection::disconnectFromBus("silent");
 }
 

@@ -3,6 +3,7 @@
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
 #include "engine/service/privatebus.h"
+#include "support/soon.h"
 
 #include <QProcess>
 #include <QScopeGuard>
@@ -130,10 +131,10 @@ void TestScanOnDisplay::outlivesItsStarterAndItsPipe()
     const auto goesOn = [this, before] {
         return service_->callsOf(QStringLiteral("Progress")) > before + 3;
     };
-    QTRY_VERIFY(goesOn());
+    QTRY_VERIFY_WITH_TIMEOUT(goesOn(), kSoon);
     QVERIFY(lives(pid));
     QCOMPARE(::kill(static_cast<pid_t>(pid), SIGTERM), 0);
-    QTRY_VERIFY(!lives(pid));
+    QTRY_VERIFY_WITH_TIMEOUT(!lives(pid), kSoon);
 }
 
 QTEST_GUILESS_MAIN(TestScanOnDisplay)

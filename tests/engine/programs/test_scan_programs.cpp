@@ -3,6 +3,7 @@
 #include "engine/programs/support/programrun.h"
 #include "engine/programs/support/samples.h"
 #include "engine/service/privatebus.h"
+#include "support/soon.h"
 
 #include <QProcess>
 #include <QtTest>
@@ -192,7 +193,7 @@ void TestScanPrograms::serviceThatDies()
     QProcess process;
     process.setProcessEnvironment(withoutDisplay(bus_->address()));
     process.start(builtProgram(QStringLiteral("FullScan")), QStringList());
-    QTRY_VERIFY(service_->callsOf(QStringLiteral("Progress")) > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")) > 0, kSoon);
     service_->die();
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitCode(), 2);
@@ -212,7 +213,7 @@ void TestScanPrograms::stopsOnASignal()
     QProcess process;
     process.setProcessEnvironment(withoutDisplay(bus_->address()));
     process.start(builtProgram(QStringLiteral("FullScan")), QStringList());
-    QTRY_VERIFY(service_->callsOf(QStringLiteral("Progress")) > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")) > 0, kSoon);
     QCOMPARE(::kill(static_cast<pid_t>(process.processId()), number), 0);
     QVERIFY(process.waitForFinished());
     QCOMPARE(process.exitStatus(), QProcess::NormalExit);
@@ -227,10 +228,10 @@ void TestScanPrograms::secondSignalDoesNotWait()
     QProcess process;
     process.setProcessEnvironment(withoutDisplay(bus_->address()));
     process.start(builtProgram(QStringLiteral("FullScan")), QStringList());
-    QTRY_VERIFY(service_->callsOf(QStringLiteral("Progress")) > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")) > 0, kSoon);
     const auto pid = static_cast<pid_t>(process.processId());
     QCOMPARE(::kill(pid, SIGINT), 0);
-    QTRY_COMPARE(service_->callsOf(QStringLiteral("Stop")), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Stop")), 1, kSoon);
     QVERIFY(!process.waitForFinished(300));
     QCOMPARE(::kill(pid, SIGINT), 0);
     QVERIFY(process.waitForFinished());

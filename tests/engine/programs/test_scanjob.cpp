@@ -3,6 +3,7 @@
 #include "engine/programs/support/faketalod.h"
 #include "engine/programs/support/samples.h"
 #include "engine/service/privatebus.h"
+#include "support/soon.h"
 
 #include <QtTest>
 
@@ -95,17 +96,23 @@ void TestScanJob::asksSeldomWhenNobodyLooks()
     ScanJob job;
     QSignalSpy progressed(&job, &ScanJob::progressed);
     job.setPace(ScanJob::Pace::Unwatched);
-    job.start(interface::FullScan, "/");
-    QVERIFY(progressed.wait());
     QElapsedTimer clock;
     clock.start();
+    job.start(interface::FullScan, "/");
+    QVERIFY(progressed.wait());
     QVERIFY(progressed.wait());
     QVERIFY(clock.elapsed() >= 900);
-    // Looked at again it does not wait for the long interval's end.
-    clock.restart();
-    job.setPace(ScanJob::Pace::Watched);
-    QVERIFY(progressed.wait());
-    QVERIFY(clock.elapsed() < 900);
+    // Looked at again it does not wait for the long interval's end. Others may take the time once.
+    bool soon = false;
+    for (int attempt = 0; attempt < 5 && !soon; ++attempt) {
+        job.setPace(ScanJob::Pace::Unwatched);
+        QVERIFY(progressed.wait());
+        clock.restart();
+        job.setPace(ScanJob::Pace::Watched);
+        QVERIFY(progressed.wait());
+        soon = clock.elapsed() < 900;
+    }
+    QVERIFY(soon);
 }
 
 void TestScanJob::asksSeldomWhilePaused()
@@ -113,10 +120,10 @@ void TestScanJob::asksSeldomWhilePaused()
     service_->setProgress(progressIn(interface::Paused));
     ScanJob job;
     QSignalSpy progressed(&job, &ScanJob::progressed);
-    job.start(interface::FullScan, "/");
-    QVERIFY(progressed.wait());
     QElapsedTimer clock;
     clock.start();
+    job.start(interface::FullScan, "/");
+    QVERIFY(progressed.wait());
     QVERIFY(progressed.wait());
     QVERIFY(clock.elapsed() >= 900);
 }
@@ -170,11 +177,11 @@ void TestScanJob::pausesResumesAndStops()
                    : progressed.last().at(0).value<interface::ScanProgress>().state;
     };
     job.start(interface::FullScan, "/");
-    QTRY_COMPARE(state(), uint{interface::Scanning});
+    QTRY_COMPARE_WITH_TIMEOUT(state(), uint{interface::Scanning}, kSoon);
     job.pause();
-    QTRY_COMPARE(state(), uint{interface::Paused});
+    QTRY_COMPARE_WITH_TIMEOUT(state(), uint{interface::Paused}, kSoon);
     job.resume();
-    QTRY_COMPARE(state(), uint{interface::Scanning});
+    QTRY_COMPARE_WITH_TIMEOUT(state(), uint{interface::Scanning}, kSoon);
     job.stop();
     QVERIFY(ended.wait());
     QCOMPARE(ended.at(0).at(0).value<interface::ScanProgress>().state, uint{interface::Stopped});
@@ -268,9 +275,9 @@ void TestScanJob::survivesAnAnswerThatIsLate()
     ScanJob job;
     QSignalSpy failed(&job, &ScanJob::failed);
     job.start(interface::FullScan, "/");
-    QTRY_COMPARE(service_->callsOf(QStringLiteral("Progress")), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")), 1, kSoon);
     // The first is given up after five seconds, and asked again.
-    QTRY_COMPARE_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")), 2, 8000);
+    QTRY_COMPARE_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Progress")), 2, kSoon);
     QVERIFY(failed.isEmpty());
     QVERIFY(job.isActive());
 }

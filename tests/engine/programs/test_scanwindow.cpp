@@ -8,6 +8,7 @@
 #include "programs/threatmodel.h"
 #include "support/clippedtexts.h"
 #include "support/keyboarduse.h"
+#include "support/soon.h"
 
 #include <QAbstractButton>
 #include <QApplication>
@@ -139,9 +140,10 @@ void TestScanWindow::openWith(const interface::ScanProgress &progress)
     service_->setProgress(progress);
     open();
     if (progress.state >= interface::Finished)
-        QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     else
-        QTRY_COMPARE(figure(QStringLiteral("Elapsed")), QStringLiteral("3 min 20 s"));
+        QTRY_COMPARE_WITH_TIMEOUT(figure(QStringLiteral("Elapsed")), QStringLiteral("3 min 20 s"),
+                                  kSoon);
 }
 
 QString TestScanWindow::text(const char *name) const
@@ -167,7 +169,7 @@ void TestScanWindow::click(const char *name)
 
 void TestScanWindow::answer(const char *name)
 {
-    QTRY_VERIFY(question() != nullptr && question()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(question() != nullptr && question()->isVisible(), kSoon);
     auto *button = question()->findChild<QAbstractButton *>(QLatin1String(name));
     QVERIFY(button != nullptr);
     QTest::mouseClick(button, Qt::LeftButton);
@@ -184,7 +186,7 @@ void TestScanWindow::isBusyUntilTheCountIsKnown()
     QCOMPARE(bar->maximum(), 0);
     QCOMPARE(figure(QStringLiteral("Remaining")), QStringLiteral("-"));
     service_->setProgress(progressIn(interface::Scanning));
-    QTRY_COMPARE(bar->maximum(), 100);
+    QTRY_COMPARE_WITH_TIMEOUT(bar->maximum(), 100, kSoon);
     QCOMPARE(bar->value(), 50);
     QCOMPARE(figure(QStringLiteral("Remaining")), QStringLiteral("1 min 5 s"));
 }
@@ -228,7 +230,7 @@ void TestScanWindow::namesOfFilesAreNoMarkup()
     QCOMPARE(text("lblScanCurrent"), progress.current);
     QCOMPARE(child<QLabel>("lblScanCurrent")->textFormat(), Qt::PlainText);
     const QAbstractItemModel *model = child<QTableView>("tblScanThreats")->model();
-    QTRY_COMPARE(model->rowCount(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(model->rowCount(), 1, kSoon);
     QCOMPARE(model->index(0, 0).data(Qt::ToolTipRole).toString(),
              QStringLiteral("/tmp/&lt;i&gt;x&lt;/i&gt;"));
 }
@@ -243,13 +245,13 @@ void TestScanWindow::listsThreatsAsTheyAreFound()
     QCOMPARE(model->headerData(2, Qt::Horizontal).toString(), QStringLiteral("Action taken"));
     QCOMPARE(model->rowCount(), 0);
     service_->setThreats(manyThreats(2));
-    QTRY_COMPARE(model->rowCount(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(model->rowCount(), 2, kSoon);
     service_->setThreats(manyThreats(205));
-    QTRY_COMPARE(model->rowCount(), 205);
+    QTRY_COMPARE_WITH_TIMEOUT(model->rowCount(), 205, kSoon);
     QCOMPARE(model->index(204, 0).data().toString(), QStringLiteral("/tmp/threat-204"));
     QCOMPARE(model->index(204, 1).data().toString(), QStringLiteral("Test.File.204"));
     QCOMPARE(model->index(204, 2).data().toString(), QStringLiteral("deleted, kept in quarantine"));
-    QTRY_COMPARE(figure(QStringLiteral("Threats")), QStringLiteral("205"));
+    QTRY_COMPARE_WITH_TIMEOUT(figure(QStringLiteral("Threats")), QStringLiteral("205"), kSoon);
 }
 
 void TestScanWindow::pausesAndResumes()
@@ -258,11 +260,11 @@ void TestScanWindow::pausesAndResumes()
     const auto *pause = child<QToolButton>("btnPauseScan");
     QCOMPARE(pause->text(), QStringLiteral("PAUSE"));
     click("btnPauseScan");
-    QTRY_COMPARE(pause->text(), QStringLiteral("RESUME"));
+    QTRY_COMPARE_WITH_TIMEOUT(pause->text(), QStringLiteral("RESUME"), kSoon);
     QCOMPARE(text("lblScanSub"), QStringLiteral("Paused: /tmp"));
     QCOMPARE(service_->callsOf(QStringLiteral("Pause")), 1);
     click("btnPauseScan");
-    QTRY_COMPARE(pause->text(), QStringLiteral("PAUSE"));
+    QTRY_COMPARE_WITH_TIMEOUT(pause->text(), QStringLiteral("PAUSE"), kSoon);
     QCOMPARE(service_->callsOf(QStringLiteral("Resume")), 1);
 }
 
@@ -272,11 +274,11 @@ void TestScanWindow::stops()
     service_->setIgnoresStop(true);
     click("btnStopScan");
     QVERIFY(!child<QToolButton>("btnStopScan")->isEnabled());
-    QTRY_COMPARE(service_->callsOf(QStringLiteral("Stop")), 1);
-    QTRY_COMPARE(text("lblScanSub"), QStringLiteral("Stopping..."));
+    QTRY_COMPARE_WITH_TIMEOUT(service_->callsOf(QStringLiteral("Stop")), 1, kSoon);
+    QTRY_COMPARE_WITH_TIMEOUT(text("lblScanSub"), QStringLiteral("Stopping..."), kSoon);
     QVERIFY(!child<QToolButton>("btnCloseScan")->isVisible());
     service_->setProgress(progressIn(interface::Stopped));
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QCOMPARE(text("lblScanStatus"),
              QStringLiteral("The scan was stopped. No threats found until then."));
     QVERIFY(child<QToolButton>("btnViewScanReport")->isVisible());
@@ -312,7 +314,7 @@ void TestScanWindow::endsWithThreats()
     service_->setProgress(progressIn(interface::Finished));
     service_->setThreats(manyThreats(3));
     open();
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QCOMPARE(text("lblScanThreats"), QStringLiteral("3 threats found."));
     QVERIFY(child<QTableView>("tblScanThreats")->isVisible());
     QCOMPARE(child<QTableView>("tblScanThreats")->model()->rowCount(), 3);
@@ -337,7 +339,7 @@ void TestScanWindow::saysWhyItDidNotStart()
     service_->refuse(QStringLiteral("Start"), QString::fromLatin1(interface::kErrorLimit),
                      QStringLiteral("four run"));
     open();
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QVERIFY(text("lblScanStatus").startsWith(QLatin1String("As many scans as are allowed")));
     QCOMPARE(text("lblScanSub"), QStringLiteral("The scan could not be started."));
     QVERIFY(!child<QProgressBar>("prgScan")->isVisible());
@@ -349,7 +351,7 @@ void TestScanWindow::saysThatTheServiceDied()
     service_->setThreats(manyThreats(1));
     openWith(progressIn(interface::Scanning));
     service_->die();
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QVERIFY(text("lblScanStatus").startsWith(QLatin1String("The scan service stopped")));
     QVERIFY(!child<QProgressBar>("prgScan")->isVisible());
 }
@@ -368,7 +370,7 @@ void TestScanWindow::warnsOfOldSignatures()
                 return label->isVisible();
         return false;
     };
-    QTRY_VERIFY(warned());
+    QTRY_VERIFY_WITH_TIMEOUT(warned(), kSoon);
 }
 
 void TestScanWindow::closesAtTheEndWithoutAQuestion()
@@ -383,24 +385,24 @@ void TestScanWindow::asksBeforeClosingAndKeepsTheWindow()
 {
     openWith(progressIn(interface::Scanning));
     QVERIFY(!window_->close());
-    QTRY_VERIFY(question() != nullptr && question()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(question() != nullptr && question()->isVisible(), kSoon);
     QCOMPARE(question()->text(), QStringLiteral("The scan goes on in the background. Its report "
                                                 "will be in the list."));
     QVERIFY(!window_->close()); // no second question
     QCOMPARE(window_->findChildren<QMessageBox *>().size(), 1);
     answer("btnKeepScanWindow");
-    QTRY_VERIFY(question() == nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(question() == nullptr, kSoon);
     QVERIFY(window_->isVisible());
     QVERIFY(job_->isActive());
     QCOMPARE(service_->callsOf(QStringLiteral("Stop")), 0);
     // Escape keeps it too, and the question can be asked again.
     QVERIFY(!window_->close());
-    QTRY_VERIFY(question() != nullptr && question()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(question() != nullptr && question()->isVisible(), kSoon);
     QTest::keyClick(question(), Qt::Key_Escape);
-    QTRY_VERIFY(question() == nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(question() == nullptr, kSoon);
     QVERIFY(window_->isVisible());
     QVERIFY(!window_->close());
-    QTRY_VERIFY(question() != nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(question() != nullptr, kSoon);
 }
 
 void TestScanWindow::asksBeforeClosingAndLetsTheScanGoOn()
@@ -435,9 +437,9 @@ void TestScanWindow::takesTheQuestionBackAtTheEnd()
 {
     openWith(progressIn(interface::Scanning));
     QVERIFY(!window_->close());
-    QTRY_VERIFY(question() != nullptr && question()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(question() != nullptr && question()->isVisible(), kSoon);
     service_->setProgress(progressIn(interface::Finished));
-    QTRY_VERIFY(question() == nullptr);
+    QTRY_VERIFY_WITH_TIMEOUT(question() == nullptr, kSoon);
     QVERIFY(window_->isVisible());
     QVERIFY(child<QToolButton>("btnCloseScan")->isVisible());
     QCOMPARE(text("lblScanClean"), QStringLiteral("No threats found."));
@@ -450,7 +452,7 @@ void TestScanWindow::everyButtonIsReachedByKeyboard()
         QVERIFY(child<QToolButton>(name)->focusPolicy() & Qt::TabFocus);
     child<QToolButton>("btnStopScan")->setFocus();
     QTest::keyClick(child<QToolButton>("btnStopScan"), Qt::Key_Space);
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QCOMPARE(window_->focusWidget(), child<QToolButton>("btnCloseScan"));
 }
 
@@ -461,7 +463,7 @@ void TestScanWindow::worksWithoutMouse()
     openWith(progressIn(interface::Scanning));
     QCOMPARE(test::keyboardFaults("scanning", window_.get()), QStringList());
     service_->setProgress(progressIn(interface::Finished));
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QCOMPARE(test::keyboardFaults("done", window_.get()), QStringList());
 }
 
@@ -479,13 +481,15 @@ void TestScanWindow::textsAreWhole()
     dress();
     openWith(progressIn(interface::Scanning));
     // Tried again, since an answer of the service may have upset the layout just now.
-    QTRY_COMPARE(test::measureTexts("scanning", window_.get()).complaints.join('\n'), QString());
+    QTRY_COMPARE_WITH_TIMEOUT(test::measureTexts("scanning", window_.get()).complaints.join('\n'),
+                              QString(), kSoon);
     service_->setThreats(longThreats());
     interface::ScanProgress end = progressIn(interface::Finished);
     end.threats = static_cast<uint>(longThreats().size());
     service_->setProgress(end);
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
-    QTRY_COMPARE(test::measureTexts("done", window_.get()).complaints.join('\n'), QString());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
+    QTRY_COMPARE_WITH_TIMEOUT(test::measureTexts("done", window_.get()).complaints.join('\n'),
+                              QString(), kSoon);
     const QString pictures = qEnvironmentVariable("TALO_SCREENSHOTS");
     if (!pictures.isEmpty())
         QVERIFY(window_->grab().save(pictures + "/scanwindow.png"));
@@ -499,13 +503,13 @@ void TestScanWindow::tableFollowsItsWindow()
     service_->setThreats(longThreats());
     openWith(progressIn(interface::Finished));
     const auto *table = child<QTableView>("tblScanThreats");
-    QTRY_COMPARE(table->model()->rowCount(), longThreats().size());
+    QTRY_COMPARE_WITH_TIMEOUT(table->model()->rowCount(), longThreats().size(), kSoon);
     window_->resize(600, 520);
     const int narrow = table->columnWidth(ThreatModel::ActionTaken);
     QVERIFY(table->columnWidth(ThreatModel::File) >= table->viewport()->width() / 4 - 1);
     window_->resize(1000, 520);
     QVERIFY(table->columnWidth(ThreatModel::ActionTaken) > narrow);
-    QTRY_VERIFY(!table->horizontalScrollBar()->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(!table->horizontalScrollBar()->isVisible(), kSoon);
 }
 
 void TestScanWindow::tableKeepsTheUsersColumns()
@@ -513,7 +517,7 @@ void TestScanWindow::tableKeepsTheUsersColumns()
     service_->setThreats(longThreats());
     openWith(progressIn(interface::Finished));
     const auto *table = child<QTableView>("tblScanThreats");
-    QTRY_COMPARE(table->model()->rowCount(), longThreats().size());
+    QTRY_COMPARE_WITH_TIMEOUT(table->model()->rowCount(), longThreats().size(), kSoon);
     table->horizontalHeader()->resizeSection(ThreatModel::Threat, 77);
     window_->resize(1000, 520);
     QCOMPARE(table->columnWidth(ThreatModel::Threat), 77);
@@ -559,11 +563,11 @@ void TestScanWindow::everyTextCanBeTranslated()
     };
     service_->setProgress(progressIn(interface::Scanning));
     open();
-    QTRY_VERIFY(!figure("[Elapsed]").isEmpty() && figure("[Elapsed]") != "-");
+    QTRY_VERIFY_WITH_TIMEOUT(!figure("[Elapsed]").isEmpty() && figure("[Elapsed]") != "-", kSoon);
     QCOMPARE(missed().join('|'), QString());
     service_->setThreats(manyThreats(1));
     service_->setProgress(progressIn(interface::Finished));
-    QTRY_VERIFY(child<QToolButton>("btnCloseScan")->isVisible());
+    QTRY_VERIFY_WITH_TIMEOUT(child<QToolButton>("btnCloseScan")->isVisible(), kSoon);
     QCOMPARE(missed().join('|'), QString());
 }
 

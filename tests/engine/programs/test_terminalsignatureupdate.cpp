@@ -3,6 +3,7 @@
 #include "programs/console.h"
 #include "programs/terminalsignatureupdate.h"
 #include "support/scriptedengine.h"
+#include "support/soon.h"
 
 #include <QSemaphore>
 #include <QSignalSpy>
@@ -89,7 +90,7 @@ void TestTerminalSignatureUpdate::tellsOutcome()
     TerminalSignatureUpdate update(*console_);
     QSignalSpy done(&update, &TerminalSignatureUpdate::done);
     update.start();
-    QTRY_COMPARE(done.count(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(done.count(), 1, kSoon);
     QCOMPARE(done[0][0].toInt(), code);
     QTEST(written(code == 0 ? out_ : err_), "text");
     QCOMPARE(written(code == 0 ? err_ : out_), QByteArray());
@@ -116,7 +117,7 @@ void TestTerminalSignatureUpdate::tellsWorkersOutcome()
     TerminalSignatureUpdate update(*console_);
     QSignalSpy done(&update, &TerminalSignatureUpdate::done);
     update.start();
-    QTRY_COMPARE(done.count(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(done.count(), 1, kSoon);
     QCOMPARE(done[0][0].toInt(), 2);
     QTEST(written(err_), "text");
 }
@@ -136,10 +137,11 @@ void TestTerminalSignatureUpdate::stopsWhenAsked()
     TerminalSignatureUpdate update(*console_);
     QSignalSpy done(&update, &TerminalSignatureUpdate::done);
     update.start();
-    QTRY_COMPARE(ScriptedEngine::instance().calls("start_sig_update").size(), size_t(1));
+    QTRY_COMPARE_WITH_TIMEOUT(ScriptedEngine::instance().calls("start_sig_update").size(),
+                              size_t(1), kSoon);
     QCoreApplication::processEvents();
     update.stop();
-    QTRY_COMPARE(done.count(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(done.count(), 1, kSoon);
     QCOMPARE(written(err_), QByteArray("Virus signature update stopped.\n"));
     QCOMPARE(ScriptedEngine::instance().calls("sig_update_stop")[0].arguments,
              std::vector<std::string>{"42"});
@@ -154,7 +156,8 @@ void TestTerminalSignatureUpdate::secondStopLeavesAtOnce()
     TerminalSignatureUpdate update(*console_);
     QSignalSpy done(&update, &TerminalSignatureUpdate::done);
     update.start();
-    QTRY_COMPARE(ScriptedEngine::instance().calls("start_sig_update").size(), size_t(1));
+    QTRY_COMPARE_WITH_TIMEOUT(ScriptedEngine::instance().calls("start_sig_update").size(),
+                              size_t(1), kSoon);
     QCoreApplication::processEvents();
     update.stop();
     QCOMPARE(done.count(), 0);

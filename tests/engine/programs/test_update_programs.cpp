@@ -5,6 +5,7 @@
 #include "engine/update/releasemaker.h"
 #include "engine/update/releaseserver.h"
 #include "interface/busconnection.h"
+#include "support/soon.h"
 #include "update/productmanifest.h"
 
 #include <QDBusConnection>
@@ -258,7 +259,7 @@ void TestUpdatePrograms::windowIsSilentAndOutlivesItsStarter()
     QVERIFY(lives(pid)); // it shows the outcome until it is closed
     QCOMPARE(starter.readAllStandardError(), QByteArray());
     QCOMPARE(::kill(static_cast<pid_t>(pid), SIGTERM), 0);
-    QTRY_VERIFY(!lives(pid));
+    QTRY_VERIFY_WITH_TIMEOUT(!lives(pid), kSoon);
 }
 
 void TestUpdatePrograms::productUpdateTellsOutcome_data()
@@ -326,11 +327,11 @@ void TestUpdatePrograms::panelLearnsThatOneRuns()
     qputenv("TALO_BUS", bus_->address().toLocal8Bit());
     QCOMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 1); // nor is there a service
     startService();
-    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(IsProductUpdateRunning("TaloAntivirus_P"), 1, kSoon);
     QProcess talo;
     talo.setProcessEnvironment(withoutDisplay(bus_->address()));
     talo.start(builtProgram("talo"), {"update", "program", "--check"});
-    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_P"), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(IsProductUpdateRunning("TaloAntivirus_P"), 0, kSoon);
     QCOMPARE(IsProductUpdateRunning("TaloAntivirus_S"), 1);
     QCOMPARE(IsProductUpdateRunning(nullptr), 1);
     talo.terminate(); // asks the update to stop, and waits for its end

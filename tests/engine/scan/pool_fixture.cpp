@@ -214,7 +214,7 @@ long processorTime(pid_t pid)
 
 bool eventually(const std::function<bool()> &holds)
 {
-    const auto end = std::chrono::steady_clock::now() + 10s;
+    const auto end = std::chrono::steady_clock::now() + 30s;
     while (!holds()) {
         if (std::chrono::steady_clock::now() > end)
             return false;

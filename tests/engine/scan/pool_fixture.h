@@ -60,7 +60,7 @@ std::vector<pid_t> processesOf(const std::string &program);
 // The processor time a process has used, in ticks: a worker at work uses some, an idle one none.
 long processorTime(pid_t pid);
 
-// Waits until something holds; false when it does not within ten seconds.
+// Waits until something holds; false when it does not within half a minute.
 bool eventually(const std::function<bool()> &holds);
 
 std::size_t openDescriptors();

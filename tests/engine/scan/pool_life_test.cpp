@@ -218,7 +218,7 @@ TEST_F(PoolLife, ACancelledFileIsDroppedSoon)
     EXPECT_EQ(hanging.session->pending(), 0u);
     const auto start = std::chrono::steady_clock::now();
     EXPECT_EQ(scanOne(pool, folder.write("a", "text")).kind, VerdictKind::Clean);
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
     EXPECT_FALSE(hanging.session->next(50ms));
     // The session is good for another scan.
     hanging.fd.reset(open((folder.path() / "a").c_str(), O_RDONLY | O_CLOEXEC));
@@ -240,7 +240,7 @@ TEST_F(PoolLife, OneSessionDoesNotStarveAnother)
     for (int time = 0; time < 5; ++time) {
         const auto start = std::chrono::steady_clock::now();
         EXPECT_EQ(scanOne(pool, folder.path() / "a").kind, VerdictKind::Clean);
-        EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+        EXPECT_LT(std::chrono::steady_clock::now() - start, 20s);
     }
     enough = true;
     busy.join();

@@ -111,8 +111,9 @@ TEST_F(PoolUnderPressure, aScanLoadsThemAndKeepsThemWhileItLasts)
     session->submit(1, file.get(), 16, {});
     ASSERT_TRUE(eventually([&pool] { return pool.signatures().loaded; }));
     std::optional<WorkerPool::Session::Result> result;
-    while (!(result = session->next(10ms)))
-        EXPECT_TRUE(pool.signatures().loaded);
+    // Looked at before it is known that the file had not ended by then.
+    for (bool loaded = true; !(result = session->next(10ms)); loaded = pool.signatures().loaded)
+        EXPECT_TRUE(loaded);
     EXPECT_TRUE(matches(result->verdict, VerdictKind::Error, "took longer than 1 second"))
         << describe(result->verdict);
     EXPECT_TRUE(eventually([&pool] { return !pool.signatures().loaded; }));

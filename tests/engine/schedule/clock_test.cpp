@@ -23,9 +23,12 @@ bool rings(const Alarm &alarm, int milliseconds)
 TEST(Clock, IsTheSystems)
 {
     const auto clock = systemClock();
-    EXPECT_LE(std::abs(clock->now() - std::time(nullptr)), 1);
+    const auto before = std::time(nullptr);
+    const auto now = clock->now();
+    EXPECT_LE(before - 1, now); // that one may be a tick behind
+    EXPECT_LE(now, std::time(nullptr) + 1);
     EXPECT_GE(clock->awakeFor(), 0);
-    EXPECT_LE(clock->awakeFor(), 5);
+    EXPECT_LE(clock->awakeFor(), 30);
     EXPECT_EQ(clock->systemTime(1234).tv_sec, 1234);
 }
 
@@ -37,7 +40,7 @@ TEST(Clock, OfATrialIsReadFromAText)
     const auto clock = trialClock("1795000000");
     ASSERT_NE(clock, nullptr);
     EXPECT_GE(clock->now(), 1795000000);
-    EXPECT_LE(clock->now(), 1795000005);
+    EXPECT_LE(clock->now(), 1795000030);
     EXPECT_NE(trialClock("1795000000*60"), nullptr);
 }
 
@@ -51,11 +54,11 @@ TEST(Alarm, RingsInItsClocksTime)
     alarm.set(clock->now() + 36000, *clock);
     EXPECT_FALSE(rings(alarm, 100));
     alarm.set(clock->now() + 360, *clock);
-    EXPECT_TRUE(rings(alarm, 5000));
+    EXPECT_TRUE(rings(alarm, 30000));
     alarm.taken();
     EXPECT_FALSE(rings(alarm, 0));
     alarm.set(clock->now() - 100, *clock); // what has passed
-    EXPECT_TRUE(rings(alarm, 5000));
+    EXPECT_TRUE(rings(alarm, 30000));
     EXPECT_GE(clock->now(), 1795000360);
 }
 
@@ -66,7 +69,7 @@ TEST(Alarm, RingsBySystemTime)
     alarm.set(clock->now() + 3600, *clock);
     EXPECT_FALSE(rings(alarm, 50));
     alarm.set(clock->now() + 1, *clock);
-    EXPECT_TRUE(rings(alarm, 5000));
+    EXPECT_TRUE(rings(alarm, 30000));
 }
 
 } // namespace talo::schedule

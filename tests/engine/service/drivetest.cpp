@@ -1,10 +1,12 @@
 // talod and drives on USB: real file systems on loop devices, which made-up devices of umockdev
 // present as sticks. Everything happens among mounts of the test's own.
 #include "engine/guard/usbtree.h"
+#include "engine/service/manyfiles.h"
 #include "engine/service/privatebus.h"
 #include "engine/service/quickpassword.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QDir>
@@ -95,7 +97,7 @@ private:
     void start();
     void plugIn(); // a stick with one drive
     void mountDrive();
-    void pause(); // the scan that has begun
+    void beginLongScan(); // of the drive, which arrives; it is paused
     QString report(const QString &key);
     QVariant status(const char *key);
     void apply(const char *group, const char *key, int value);
@@ -145,7 +147,7 @@ void DriveTest::init()
     place_ = folder_->filePath("drive");
     QVERIFY(QDir().mkpath(place_));
     const QString image = folder_->filePath("image");
-    QCOMPARE(run("truncate -s 16M " + image + " && mkfs.ext4 -q " + image), QString());
+    QCOMPARE(run("truncate -s 16M " + image + " && mkfs.ext4 -q -N 8000 " + image), QString());
     loop_ = run("losetup --find --show " + image);
     QVERIFY2(loop_.startsWith("/dev/loop"), qPrintable(loop_));
     QCOMPARE(run("mount " + loop_ + ' ' + place_), QString());
@@ -202,14 +204,19 @@ void DriveTest::mountDrive()
     QCOMPARE(run("mount " + loop_ + ' ' + place_), QString());
 }
 
-void DriveTest::pause()
+void DriveTest::beginLongScan()
 {
+    mountDrive(); // it has not arrived yet
+    writeManyFiles(place_);
+    QCOMPARE(run("umount " + place_), QString());
+    plugIn();
+    mountDrive();
     RunningJobs jobs;
     const auto begun = [&] {
         jobs = QDBusReply<RunningJobs>(ask(caller_, kScan, "Running")).value();
         return !jobs.isEmpty();
     };
-    QTRY_VERIFY(begun());
+    QTRY_VERIFY_WITH_TIMEOUT(begun(), kSoon);
     QCOMPARE(ask(caller_, kScan, "Pause", {jobs.first().job}).type(), QDBusMessage::ReplyMessage);
 }
 
@@ -295,9 +302,7 @@ void DriveTest::endsWithADriveThatIsPulledOut_data()
 void DriveTest::endsWithADriveThatIsPulledOut()
 {
     QFETCH(bool, unmounted);
-    plugIn();
-    mountDrive();
-    pause();
+    beginLongScan();
     if (unmounted)
         QCOMPARE(run("umount -l " + place_), QString());
     else
@@ -311,9 +316,7 @@ void DriveTest::endsWithADriveThatIsPulledOut()
 
 void DriveTest::blocksADriveThatIsBeingScanned()
 {
-    plugIn();
-    mountDrive();
-    pause();
+    beginLongScan();
     apply("DeviceControl", "Blocked", 1);
     QTRY_COMPARE_WITH_TIMEOUT(endings_.size(), 1, 30000);
     QCOMPARE(endings_.first().state, uint{Interrupted});
@@ -332,27 +335,27 @@ void DriveTest::blocksWhatIsPluggedInAndTakesItBack()
         tree_->addInterface("1-2:1.0", tree_->addDevice("1-2", "Keyboard"), kHid);
     plugIn();
     apply("DeviceControl", "Blocked", 1);
-    QTRY_COMPARE(authorized(stick_.toStdString()), QString("0"));
+    QTRY_COMPARE_WITH_TIMEOUT(authorized(stick_.toStdString()), QString("0"), kSoon);
     QVERIFY(QFile::exists("/etc/taloantivirus/usb-storage-blocked"));
     QVERIFY(status("usbFlag").toBool());
     QCOMPARE(status("usbBlocked").toUInt(), 1U);
     // What comes later, where there is no rule.
     const std::string second = tree_->addStick("1-3");
     tree_->announce(second, "add");
-    QTRY_COMPARE(authorized(second), QString("0"));
+    QTRY_COMPARE_WITH_TIMEOUT(authorized(second), QString("0"), kSoon);
     // The service may restart, and finds what came in between.
     service_.reset();
     QVERIFY(QFile::exists("/etc/taloantivirus/usb-storage-blocked"));
     const std::string third = tree_->addStick("1-4");
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     start();
-    QTRY_COMPARE(authorized(third), QString("0"));
+    QTRY_COMPARE_WITH_TIMEOUT(authorized(third), QString("0"), kSoon);
     QCOMPARE(authorized(keyboard), QString("1"));
 
     apply("DeviceControl", "Blocked", 0);
     for (const std::string &each : {stick_.toStdString(), second, third})
-        QTRY_COMPARE(authorized(each), QString("1"));
-    QTRY_VERIFY(QDir("/etc/taloantivirus").isEmpty());
+        QTRY_COMPARE_WITH_TIMEOUT(authorized(each), QString("1"), kSoon);
+    QTRY_VERIFY_WITH_TIMEOUT(QDir("/etc/taloantivirus").isEmpty(), kSoon);
     QCOMPARE(status("usbOpen").toUInt(), 3U);
 }
 

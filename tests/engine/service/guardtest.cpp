@@ -6,6 +6,7 @@
 #include "engine/service/privatebus.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QFile>
@@ -80,7 +81,7 @@ void GuardTest::cleanup()
 void GuardTest::start(const QStringList &options)
 {
     service_.reset();
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     log_.clear();
     service_ = std::make_unique<Program>();
     service_->setProcessChannelMode(QProcess::MergedChannels);
@@ -155,12 +156,12 @@ void GuardTest::keepsTheFirewallOverARestart()
     QVERIFY(stands());
     QVERIFY(Network::run("nft flush ruleset"));
     start();
-    QTRY_COMPARE(status("firewall").toString(), QString("on"));
+    QTRY_COMPARE_WITH_TIMEOUT(status("firewall").toString(), QString("on"), kSoon);
     QVERIFY(stands());
     // What was left standing against the setting goes.
     QCOMPARE(libSettings::ApplyFirewallSetting(0), 0);
     start();
-    QTRY_COMPARE(status("firewall").toString(), QString("off"));
+    QTRY_COMPARE_WITH_TIMEOUT(status("firewall").toString(), QString("off"), kSoon);
     QVERIFY(!stands());
 }
 
@@ -168,17 +169,20 @@ void GuardTest::mendsWhatOthersDo()
 {
     QCOMPARE(Firewall::TriggerFirewall(1), 0);
     QVERIFY(Network::run("nft flush ruleset"));
-    QTRY_VERIFY(stands());
-    QTRY_VERIFY2(log().contains("somebody has removed the firewall's rules; they are in place"),
-                 log_);
+    QTRY_VERIFY_WITH_TIMEOUT(stands(), kSoon);
+    QTRY_VERIFY2_WITH_TIMEOUT(
+        log().contains("somebody has removed the firewall's rules; they are in place"), log_,
+        kSoon);
     QVERIFY(Network::run("nft insert rule inet taloantivirus input tcp dport 22 accept"));
-    QTRY_VERIFY(!Network::run("nft list table inet taloantivirus | grep -q 'dport 22'"));
-    QTRY_VERIFY2(log().contains("somebody has changed the firewall's rules; they are in place"),
-                 log_);
+    QTRY_VERIFY_WITH_TIMEOUT(
+        !Network::run("nft list table inet taloantivirus | grep -q 'dport 22'"), kSoon);
+    QTRY_VERIFY2_WITH_TIMEOUT(
+        log().contains("somebody has changed the firewall's rules; they are in place"), log_,
+        kSoon);
     // While it is off, what others do is no business of ours.
     QCOMPARE(Firewall::TriggerFirewall(2), 0);
     QVERIFY(Network::run("nft add table inet taloantivirus"));
-    QTRY_COMPARE(status("firewall").toString(), QString("altered"));
+    QTRY_COMPARE_WITH_TIMEOUT(status("firewall").toString(), QString("altered"), kSoon);
     QTest::qWait(300);
     QVERIFY(!stands());
 }
@@ -188,7 +192,7 @@ void GuardTest::namesOtherFirewalls()
     QVERIFY(Network::run("nft 'add table ip filter; add chain ip filter ufw-user-input'"));
     QCOMPARE(Firewall::TriggerFirewall(1), 0);
     QCOMPARE(status("otherFirewalls").toStringList(), QStringList{"ufw"});
-    QTRY_VERIFY2(log().contains("another firewall is at work, ufw"), log_);
+    QTRY_VERIFY2_WITH_TIMEOUT(log().contains("another firewall is at work, ufw"), log_, kSoon);
     QVERIFY(Network::run("nft list table ip filter | grep -q ufw-user-input"));
 }
 

@@ -3,6 +3,7 @@
 #include "engine/service/quickpassword.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QTest>
@@ -36,7 +37,7 @@ void PasswordBench::cleanup()
 void PasswordBench::stop()
 {
     service_.reset();
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
 }
 
 void PasswordBench::start()

@@ -3,6 +3,7 @@
 #include "engine/service/privatebus.h"
 #include "engine/service/quickpassword.h"
 #include "interface/names.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QDir>
@@ -194,7 +195,7 @@ void PasswordResetTest::needsAConfiguration()
 void PasswordResetTest::needsAPassword()
 {
     service_.reset();
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     service_ =
         startService(*bus_, folder_->filePath("new"), {"--config", folder_->filePath("talo.conf")});
     QVERIFY(service_ != nullptr);

@@ -3,6 +3,7 @@
 #include "engine/update/releasemaker.h"
 #include "engine/update/releaseserver.h"
 #include "interface/names.h"
+#include "support/soon.h"
 #include "update/productmanifest.h"
 
 #include <QDBusReply>
@@ -123,7 +124,7 @@ void ProductUpdateTest::tellsWhenNothingIsConfigured()
         QCOMPARE(end.value("state").toUInt(), uint(ProgramNoSource));
         QCOMPARE(end.value("problem").toString(), QString("no update source is configured"));
         service_.reset();
-        QTRY_VERIFY(!bus_->owned());
+        QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     }
     QVERIFY(QFile::remove(folder_->filePath("talo.conf")));
     start("tests/talod-test-key");
@@ -182,10 +183,10 @@ void ProductUpdateTest::stopsAndRunsOneAtATime()
     const QDBusReply<bool> none = call("StopProgramUpdate");
     QVERIFY(none.isValid() && !none.value());
     call("UpdateProgram");
-    QTRY_COMPARE(progress().value("state").toUInt(), uint(ProgramDownloading));
+    QTRY_COMPARE_WITH_TIMEOUT(progress().value("state").toUInt(), uint(ProgramDownloading), kSoon);
     QCOMPARE(call("UpdateProgram").errorName(), QString(kErrorRunning));
     QCOMPARE(call("CheckProgram").errorName(), QString(kErrorRunning));
-    QTRY_VERIFY(progress().value("received").toULongLong() > 0);
+    QTRY_VERIFY_WITH_TIMEOUT(progress().value("received").toULongLong() > 0, kSoon);
     const QDBusReply<bool> stopped = call("StopProgramUpdate");
     QVERIFY(stopped.isValid() && stopped.value());
     QCOMPARE(await().value("state").toUInt(), uint(ProgramStopped));

@@ -1,6 +1,7 @@
 #include "engine/service/schedulebench.h"
 
 #include "engine/libschedulescan.h"
+#include "support/soon.h"
 
 #include <QDir>
 #include <QFile>
@@ -78,7 +79,7 @@ void ScheduleBench::start(qint64 moment, int rate)
 void ScheduleBench::kill()
 {
     service_.reset();
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
 }
 
 // A full scan of this machine would take long, and one that acts is nothing for a test. The

@@ -14,7 +14,6 @@
 
 inline constexpr qint64 kDay = 86400;
 inline constexpr qint64 kDue = 1795269900; // 2026-11-21 14:05:00 UTC, a Saturday
-inline constexpr int kSoon = 30000;        // in ms; for what takes much less
 
 void writeFile(const QString &path, const QByteArray &content);
 

@@ -3,7 +3,9 @@
 #include "engine/liblastfullscandetails.h"
 #include "engine/libreports.h"
 #include "engine/libschedulescan.h"
+#include "engine/service/manyfiles.h"
 #include "engine/service/schedulebench.h"
+#include "support/soon.h"
 
 #include <QDir>
 #include <QFile>
@@ -89,15 +91,6 @@ private slots:
     void waitForMainsNoLongerThanADay();
     void followTheTimeZone();
     void leaveTheMachineToOthers();
-
-private:
-    // With so much that a scan takes a while.
-    void fillPlace()
-    {
-        for (int number = 0; number < 6000; ++number)
-            writeFile(folder_->filePath(QStringLiteral("place/%1").arg(number)),
-                      QByteArray::number(number));
-    }
 };
 
 void ScheduleRunTest::runAtTheirTime()
@@ -174,6 +167,7 @@ void ScheduleRunTest::runOneAfterTheOther()
 
 void ScheduleRunTest::waitForAScanOfTheirKind()
 {
+    writeManyFiles(folder_->filePath("place"));
     prepare({{"full", 1, 8}, {"quick", 3, 8}});
     start(kDue - 20, 10);
     const uint job = pausedScan(FullScan, "/");
@@ -188,7 +182,7 @@ void ScheduleRunTest::waitForAScanOfTheirKind()
 
 void ScheduleRunTest::waitForOneOfFourJobsToEnd()
 {
-    fillPlace(); // none shall be over before it is paused
+    writeManyFiles(folder_->filePath("place"));
     prepare({{"full", 1, 8}});
     start(kDue - 20, 10);
     QList<uint> jobs;
@@ -247,7 +241,7 @@ void ScheduleRunTest::followTheTimeZone()
 // The threads that walk and open, and the workers that look inside.
 void ScheduleRunTest::leaveTheMachineToOthers()
 {
-    fillPlace();
+    writeManyFiles(folder_->filePath("place"));
     prepare({{"full", 1, 8}});
     start(kDue - 20, 10);
     QTRY_COMPARE_WITH_TIMEOUT(running().size(), 1, kSoon);

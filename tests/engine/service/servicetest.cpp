@@ -2,6 +2,7 @@
 #include "engine/service/privatebus.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "support/soon.h"
 #include "taloversion.h"
 
 #include <QDBusReply>
@@ -339,7 +340,7 @@ void ServiceTest::closesTheReportOfAKilledScan()
     QCOMPARE(reportTexts(), QStringList());
     service_->kill();
     QVERIFY(service_->waitForFinished());
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     QVERIFY(start(signatures_));
     const QStringList texts = reportTexts();
     QCOMPARE(texts.size(), 1);
@@ -359,7 +360,7 @@ void ServiceTest::leavesNoHalfReportWhereverItIsKilled()
         QTRY_VERIFY_WITH_TIMEOUT(progress(job).threats >= uint(threats), 60000);
         service_->kill();
         QVERIFY(service_->waitForFinished());
-        QTRY_VERIFY(!bus_->owned());
+        QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
         QVERIFY(start(signatures_));
         const QStringList texts = reportTexts();
         QCOMPARE(texts.size(), ++before);
@@ -368,7 +369,7 @@ void ServiceTest::leavesNoHalfReportWhereverItIsKilled()
         QVERIFY(texts[0].contains("Result: Interrupted") ||
                 (texts[0].contains("Result: Completed") && listed == 40));
         service_.reset();
-        QTRY_VERIFY(!bus_->owned());
+        QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     }
 }
 

@@ -4,6 +4,7 @@
 #include "interface/types.h"
 #include "store/database.h"
 #include "store/statement.h"
+#include "support/soon.h"
 
 #include <QDBusPendingCallWatcher>
 #include <QDBusReply>
@@ -362,7 +363,7 @@ void SettingsScanTest::holdsAnOldOrANewStateWhereverItIsKilled()
         for (timer.start(); timer.nsecsElapsed() < moment * 1000;) {
         }
         QVERIFY(killAndCheck());
-        QTRY_VERIFY(!bus_->owned());
+        QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
         start();
         const int now = states.indexOf(state(), static_cast<int>(known) + 1);
         QVERIFY2(now > int(known), qPrintable(state()));

@@ -2,6 +2,7 @@
 #include "engine/service/privatebus.h"
 #include "interface/names.h"
 #include "interface/types.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QTest>
@@ -77,7 +78,7 @@ void SettingsTest::restart()
 {
     service_->terminate();
     QVERIFY(service_->waitForFinished());
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     start();
 }
 
@@ -171,11 +172,11 @@ void SettingsTest::takesUpChanges()
 {
     service_->terminate();
     QVERIFY(service_->waitForFinished());
-    QTRY_VERIFY(!bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(!bus_->owned(), kSoon);
     Program service; // whose log can be read
     service.start(built("bin/talod"),
                   {"--bus", bus_->address(), "--state", folder_->filePath("state")});
-    QTRY_VERIFY(bus_->owned());
+    QTRY_VERIFY_WITH_TIMEOUT(bus_->owned(), kSoon);
     apply("Update", {{"Frequency", 1}});
     apply("General", {{"ScanPacked", 1}}); // as it was
     for (int time = 0; time < 3; ++time)

@@ -1,8 +1,10 @@
 // Updates of the signatures beside all else: restarts, running scans, the terminal.
 #include "engine/processchecks.h"
+#include "engine/service/manyfiles.h"
 #include "engine/service/updateruns.h"
 #include "engine/updates.h"
 #include "interface/names.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QDateTime>
@@ -84,11 +86,7 @@ void UpdateLifeTest::updatesByItself()
 
 void UpdateLifeTest::letsRunningScansKeepTheirSet()
 {
-    QDir().mkpath(bench_->path("many"));
-    for (int number = 0; number < 3; ++number) {
-        QFile file(bench_->path("many") + "/" + QString::number(number));
-        QVERIFY(file.open(QIODevice::WriteOnly) && file.write("harmless") > 0);
-    }
+    writeManyFiles(bench_->path("many"));
     const QDBusReply<uint> job =
         ask(bench_->caller(), kScan, "Start", {2u, QFile::encodeName(bench_->path("many"))});
     ask(bench_->caller(), kScan, "Pause", {job.value()});
@@ -96,14 +94,14 @@ void UpdateLifeTest::letsRunningScansKeepTheirSet()
         return QDBusReply<ScanProgress>(ask(bench_->caller(), kScan, "Progress", {number, 0u}))
             .value();
     };
-    QTRY_COMPARE(progress(job.value()).state, uint(Paused));
+    QTRY_COMPARE_WITH_TIMEOUT(progress(job.value()).state, uint(Paused), kSoon);
     QVERIFY(bench_->publish("Talo.Test.New", 5));
     QCOMPARE(update(), 2);
     QVERIFY(bench_->publish("Talo.Test.Newer", 6));
     QCOMPARE(update(), 2);
     QCOMPARE(bench_->detected(), QString("Talo.Test.Newer"));
     ask(bench_->caller(), kScan, "Resume", {job.value()});
-    QTRY_COMPARE(progress(job.value()).state, uint(Finished));
+    QTRY_COMPARE_WITH_TIMEOUT(progress(job.value()).state, uint(Finished), 60000);
     QCOMPARE(progress(job.value()).errors, 0u);
     const QString key = progress(job.value()).report;
     const QDBusMessage report = ask(bench_->caller(), kReports, "Read", {key});
@@ -169,7 +167,7 @@ void UpdateLifeTest::leavesNothingWhenItIsKilled()
     lastStatus = -1;
     QCOMPARE(initiate_sig_update(&handle), 0);
     std::thread worker([&] { start_sig_update(handle); });
-    QTRY_COMPARE(lastStatus.load(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(lastStatus.load(), 1, kSoon);
     bench_->killService();
     worker.join();
     QVERIFY(!bench_->leftovers().isEmpty());
@@ -208,14 +206,14 @@ void UpdateLifeTest::isDoneFromTheTerminal()
     Program program;
     program.setProcessChannelMode(QProcess::MergedChannels);
     program.start(built("bin/talo"), {"update", "signatures"});
-    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_S"), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(IsProductUpdateRunning("TaloAntivirus_S"), 0, kSoon);
     const uint handle = bench_->state().value("signaturesHandle").toUInt();
     const auto progress = [&] {
         return QDBusReply<UpdateProgress>(
                    ask(bench_->caller(), kUpdates, "SignatureUpdateProgress", {handle}))
             .value();
     };
-    QTRY_COMPARE(progress().status, uint(UpdateDownloading));
+    QTRY_COMPARE_WITH_TIMEOUT(progress().status, uint(UpdateDownloading), kSoon);
     QCOMPARE(kill(static_cast<pid_t>(program.processId()), SIGINT), 0);
     QVERIFY(program.waitForFinished(10000));
     QCOMPARE(program.exitCode(), 2);

@@ -3,6 +3,7 @@
 #include "engine/service/updateruns.h"
 #include "engine/updates.h"
 #include "interface/names.h"
+#include "support/soon.h"
 
 #include <QDBusReply>
 #include <QDir>
@@ -159,13 +160,13 @@ void UpdateTest::isStoppedFromOutside()
     QCOMPARE(initiate_sig_update(&handle), 0);
     std::atomic<int> code{-1};
     std::thread worker([&] { code = start_sig_update(handle); });
-    QTRY_COMPARE(lastStatus.load(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(lastStatus.load(), 1, kSoon);
     QCOMPARE(IsProductUpdateRunning("TaloAntivirus_S"), 0);
     QElapsedTimer clock;
     clock.start();
     QCOMPARE(sig_update_stop(handle), 0);
     worker.join();
-    QVERIFY(clock.elapsed() < 5000);
+    QVERIFY(clock.elapsed() < kSoon);
     QCOMPARE(code.load(), 0);
     QCOMPARE(lastStatus.load(), 3);
     QCOMPARE(sig_update_stop(handle), 1); // too late
@@ -193,7 +194,7 @@ void UpdateTest::runsOneAtATime()
     QVERIFY(bench_->publish("Talo.Test.New", 20000));
     bench_->serve("slow");
     std::thread first([] { update(); });
-    QTRY_COMPARE(IsProductUpdateRunning("TaloAntivirus_S"), 0);
+    QTRY_COMPARE_WITH_TIMEOUT(IsProductUpdateRunning("TaloAntivirus_S"), 0, kSoon);
     int handle = 77;
     QCOMPARE(initiate_sig_update(&handle), 1);
     QCOMPARE(handle, 0);
@@ -249,7 +250,7 @@ void UpdateTest::endsHonestlyWhenTheServiceVanishes()
     QCOMPARE(initiate_sig_update(&handle), 0);
     std::atomic<int> code{-1};
     std::thread worker([&] { code = start_sig_update(handle); });
-    QTRY_COMPARE(lastStatus.load(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(lastStatus.load(), 1, kSoon);
     bench_->killService();
     worker.join();
     QCOMPARE(code.load(), 0);

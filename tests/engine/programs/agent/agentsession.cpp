@@ -1,6 +1,7 @@
 #include "engine/programs/agent/agentsession.h"
 
 #include "engine/programs/support/programrun.h"
+#include "support/soon.h"
 
 #include <QtTest>
 
@@ -60,7 +61,7 @@ void AgentSession::listen()
         engine_ = std::make_unique<FakeEngine>(session_->address());
     const int before = engine_->statusAsked();
     startAgent();
-    QTRY_VERIFY(engine_->statusAsked() > before);
+    QTRY_VERIFY_WITH_TIMEOUT(engine_->statusAsked() > before, kSoon);
 }
 
 void AgentSession::play(const QStringList &capabilities)

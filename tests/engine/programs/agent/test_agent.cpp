@@ -2,6 +2,7 @@
 #include "engine/programs/agent/agentsession.h"
 #include "engine/programs/support/programrun.h"
 #include "interface/names.h"
+#include "support/soon.h"
 
 #include <QFile>
 #include <QProcess>
@@ -30,9 +31,9 @@ void AgentTest::serviceMayComeLaterAndRestart()
     startAgent();
     for (int start = 1; start <= 3; ++start) {
         engine_ = std::make_unique<FakeEngine>(session_->address());
-        QTRY_COMPARE(engine_->statusAsked(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(engine_->statusAsked(), 1, kSoon);
         engine_->tellThreat(kType, QString("/start/%1").arg(start), "Test", "left");
-        QTRY_COMPARE(seen().size(), start);
+        QTRY_COMPARE_WITH_TIMEOUT(seen().size(), start, kSoon);
         // What the service found before it went is no part of what it finds now.
         QCOMPARE(seen().last().summary, QString("Threat found"));
         engine_.reset();
@@ -45,7 +46,7 @@ void AgentTest::systemBusIsHeardToo()
     engine_ = std::make_unique<FakeEngine>(system_->address());
     listen();
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
 }
 
 void AgentTest::onlyTheServiceIsHeard()
@@ -55,7 +56,7 @@ void AgentTest::onlyTheServiceIsHeard()
     impostor.tellThreat(kType, "/a", "Impostor", "left");
     impostor.tellEnd("Impostor", talo::interface::Finished, "", 1, 0, "key");
     engine_->tellEnd("Service", talo::interface::Finished, "", 1, 0, "key");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].summary, QString("Service finished"));
 }
 
@@ -68,7 +69,7 @@ void AgentTest::malformedSignalsAreIgnored()
     engine_->tellEnd("Running", talo::interface::Scanning, "", 1, 0, "key"); // no end
     engine_->tellEnd("Unknown", 99, "", 1, 0, "key");
     engine_->tellEnd("Well", talo::interface::Finished, "", 1, 0, "key");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].summary, QString("Well finished"));
 }
 
@@ -82,7 +83,7 @@ void AgentTest::secondAgentEnds()
     QCOMPARE(second.exitStatus(), QProcess::NormalExit);
     QCOMPARE(second.exitCode(), 0);
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
 }
 
 void AgentTest::endsWithTheSession()

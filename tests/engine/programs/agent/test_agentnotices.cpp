@@ -2,6 +2,7 @@
 #include "engine/programs/agent/agentsession.h"
 #include "interface/names.h"
 #include "support/programs.h"
+#include "support/soon.h"
 
 #include <QCoreApplication>
 #include <QtTest>
@@ -48,7 +49,7 @@ void AgentNoticesTest::threatIsShown()
 {
     play();
     engine_->tellThreat(kType, "/home/ann/a.exe", "Win.Test", "deleted, kept in quarantine");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     const Notification shown = seen().first();
     QCOMPARE(shown.program, QString("TALO Antivirus"));
     QCOMPARE(shown.replaces, 0u);
@@ -64,7 +65,7 @@ void AgentNoticesTest::endIsShown()
 {
     play();
     engine_->tellEnd(kType, talo::interface::Finished, "the whole computer", 12345, 0, "key");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].summary, QString("Scheduled Full Scan finished"));
     QCOMPARE(seen()[0].body,
              QString("No threats found in 12,345 files\nScanned: the whole computer"));
@@ -77,7 +78,8 @@ void AgentNoticesTest::threatsOfOneScanShareANotification()
     for (int i = 0; i < 10; ++i)
         engine_->tellThreat(kType, QString("/t/%1").arg(i), "Test", "left");
     // Those that came while another was being shown may have been told together.
-    QTRY_COMPARE(seen().isEmpty() ? QString() : seen().last().summary, QString("10 threats found"));
+    QTRY_COMPARE_WITH_TIMEOUT(seen().isEmpty() ? QString() : seen().last().summary,
+                              QString("10 threats found"), kSoon);
     QCOMPARE(seen().last().body, QString("Scheduled Full Scan\nTest in /t/7: left\n"
                                          "Test in /t/8: left\nTest in /t/9: left"));
     for (const Notification &shown : seen())
@@ -90,7 +92,7 @@ void AgentNoticesTest::nextScanHasANotificationOfItsOwn()
     engine_->tellThreat(kType, "/a", "Test", "left");
     engine_->tellEnd(kType, talo::interface::Finished, "", 1, 1, "key");
     engine_->tellThreat(kType, "/b", "Test", "left");
-    QTRY_COMPARE(seen().size(), 3);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 3, kSoon);
     QCOMPARE(seen()[0].summary, QString("Threat found"));
     QCOMPARE(seen()[1].summary, QString("Scheduled Full Scan finished"));
     QCOMPARE(seen()[1].body, QString("1 threat found in 1 file"));
@@ -103,10 +105,10 @@ void AgentNoticesTest::closedNotificationIsNotReplaced()
 {
     play();
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     desktop_->close(seen()[0].id);
     engine_->tellThreat(kType, "/b", "Test", "left");
-    QTRY_COMPARE(seen().size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 2, kSoon);
     QCOMPARE(seen()[1].summary, QString("2 threats found"));
     QCOMPARE(seen()[1].replaces, 0u);
 }
@@ -125,7 +127,7 @@ void AgentNoticesTest::markupIsEscapedWhereItCounts()
     QFETCH(QString, path);
     play(capabilities);
     engine_->tellThreat(kType, "/<a href=\"x\">&amp;%1", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].body, "Scheduled Full Scan\nTest in " + path + ": left");
 }
 
@@ -133,7 +135,7 @@ void AgentNoticesTest::desktopWithoutActionsGetsNone()
 {
     play(kPlain);
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].actions, QStringList());
 }
 
@@ -143,9 +145,9 @@ void AgentNoticesTest::clickOpensThePanel()
         QSKIP(qPrintable(programs_.obstacle()));
     play();
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     desktop_->invoke(seen()[0].id, "default");
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
     QCOMPARE(programs_.launches()[0].program, QString("taloantivirus"));
     QCOMPARE(programs_.launches()[0].arguments, QStringList());
     // Detached: the panel outlives the agent.
@@ -158,16 +160,17 @@ void AgentNoticesTest::otherClicksOpenNothing()
         QSKIP(qPrintable(programs_.obstacle()));
     play();
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     const uint id = seen()[0].id;
     desktop_->invoke(id + 1, "default"); // another program's
     desktop_->invoke(id, "other");
     desktop_->close(id);
     desktop_->invoke(id, "default"); // by now another program's
     engine_->tellEnd(kType, talo::interface::Finished, "", 1, 1, "key");
-    QTRY_COMPARE(seen().size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 2, kSoon);
     desktop_->invoke(seen()[1].id, "default");
-    QTRY_COMPARE(programs_.launches().size(), 1); // by the last click, and by it alone
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1,
+                              kSoon); // by the last click, and by it alone
 }
 
 void AgentNoticesTest::waitsForADesktop()
@@ -178,8 +181,8 @@ void AgentNoticesTest::waitsForADesktop()
     engine_->tellEnd(kType, talo::interface::Finished, "", 2, 2, "key");
     engine_->untilHeard();
     takeDesktop();
-    QTRY_COMPARE(seen().isEmpty() ? QString() : seen().last().summary,
-                 QString("Scheduled Full Scan finished"));
+    QTRY_COMPARE_WITH_TIMEOUT(seen().isEmpty() ? QString() : seen().last().summary,
+                              QString("Scheduled Full Scan finished"), kSoon);
     // The first threat is told alone where the desktop is just there when it is to be shown.
     const int told = seen().size();
     QVERIFY(told == 2 || (told == 3 && seen()[0].summary == "Threat found" &&
@@ -189,7 +192,7 @@ void AgentNoticesTest::waitsForADesktop()
     desktop_.reset();
     takeDesktop();
     engine_->tellEnd("External Drive Scan", talo::interface::Stopped, "", 2, 0, "key");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].summary, QString("External Drive Scan stopped"));
 }
 
@@ -197,18 +200,18 @@ void AgentNoticesTest::nextDesktopKnowsNothingOfTheLast()
 {
     play();
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     desktop_.reset();
     takeDesktop(kPlain, 7);
     engine_->tellThreat(kType, "/b&", "Test", "left");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].replaces, 0u);
     QVERIFY(seen()[0].body.contains("/b&:")); // and is asked anew what it can show
     if (!programs_.obstacle().isEmpty())
         QSKIP(qPrintable(programs_.obstacle()));
     desktop_->invoke(1, "default");
     desktop_->invoke(7, "default");
-    QTRY_COMPARE(programs_.launches().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(programs_.launches().size(), 1, kSoon);
 }
 
 void AgentNoticesTest::refusedNoticeIsDropped()
@@ -217,7 +220,7 @@ void AgentNoticesTest::refusedNoticeIsDropped()
     desktop_->refuseOnce();
     engine_->tellEnd("Refused", talo::interface::Finished, "", 1, 0, "key");
     engine_->tellEnd("Shown", talo::interface::Finished, "", 1, 0, "key");
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
     QCOMPARE(seen()[0].summary, QString("Shown finished"));
 }
 
@@ -226,12 +229,12 @@ void AgentNoticesTest::noticeThatDiesWithTheDesktopIsShownByTheNext()
     play();
     desktop_->keepSilentOnce();
     engine_->tellEnd("First", talo::interface::Finished, "", 1, 0, "key");
-    QTRY_VERIFY(desktop_->isSilent());
+    QTRY_VERIFY_WITH_TIMEOUT(desktop_->isSilent(), kSoon);
     engine_->tellEnd("Second", talo::interface::Finished, "", 1, 0, "key");
     engine_->untilHeard();
     desktop_.reset();
     takeDesktop();
-    QTRY_COMPARE(seen().size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 2, kSoon);
     QCOMPARE(seen()[0].summary, QString("First finished"));
     QCOMPARE(seen()[1].summary, QString("Second finished"));
 }
@@ -241,13 +244,13 @@ void AgentNoticesTest::outdatedNoticeIsNotShownLate()
     play();
     desktop_->keepSilentOnce();
     engine_->tellThreat(kType, "/a", "Test", "left");
-    QTRY_VERIFY(desktop_->isSilent());
+    QTRY_VERIFY_WITH_TIMEOUT(desktop_->isSilent(), kSoon);
     engine_->tellThreat(kType, "/b", "Test", "left");
     engine_->tellEnd(kType, talo::interface::Finished, "", 2, 2, "key");
     engine_->untilHeard();
     desktop_.reset();
     takeDesktop();
-    QTRY_COMPARE(seen().size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 2, kSoon);
     QCOMPARE(seen()[0].summary, QString("2 threats found")); // and not that one was, before
     QCOMPARE(seen()[1].summary, QString("Scheduled Full Scan finished"));
 }

@@ -5,6 +5,7 @@
 #include "programs/agent/dailystamp.h"
 #include "programs/agent/enginelink.h"
 #include "programs/agent/noticewords.h"
+#include "support/soon.h"
 
 #include <QFile>
 #include <QSignalSpy>
@@ -210,11 +211,11 @@ void AgentPartsTest::linkFindsTheBusAgain()
         auto bus = std::make_unique<PrivateBus>();
         QVERIFY(serve(*bus));
         auto engine = std::make_unique<FakeEngine>(bus->address());
-        QTRY_COMPARE(engine->statusAsked(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(engine->statusAsked(), 1, kSoon);
         engine->tellEnd("Scan", talo::interface::Finished, "", 1, 0, "key");
-        QTRY_COMPARE(ends.count(), round);
+        QTRY_COMPARE_WITH_TIMEOUT(ends.count(), round, kSoon);
         bus.reset();
-        QTRY_VERIFY(gone.count() >= round);
+        QTRY_VERIFY_WITH_TIMEOUT(gone.count() >= round, kSoon);
     }
 }
 

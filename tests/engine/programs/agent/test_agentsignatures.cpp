@@ -1,6 +1,7 @@
 // That the signatures are old is told, and how often.
 #include "engine/programs/agent/agentsession.h"
 #include "interface/names.h"
+#include "support/soon.h"
 
 #include <QDateTime>
 #include <QFile>
@@ -60,7 +61,8 @@ void AgentSignaturesTest::oldSignaturesAreTold()
     engine_->setStatus(status);
     play();
     engine_->tellEnd("Marker", talo::interface::Finished, "", 1, 0, "key");
-    QTRY_VERIFY(!seen().isEmpty() && seen().last().summary == "Marker finished");
+    QTRY_VERIFY_WITH_TIMEOUT(!seen().isEmpty() && seen().last().summary == "Marker finished",
+                             kSoon);
     QCOMPARE(seen().size(), told.isEmpty() ? 1 : 2);
     if (told.isEmpty())
         return;
@@ -73,17 +75,17 @@ void AgentSignaturesTest::signaturesAreToldOnceADay()
     engine_ = std::make_unique<FakeEngine>(session_->address());
     engine_->setStatus(signatures("updated", daysAgo(30)));
     play();
-    QTRY_COMPARE(seen().size(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
 
     // Neither the service's return nor the next session is a reason to say it again …
     engine_.reset();
     engine_ = std::make_unique<FakeEngine>(session_->address());
     engine_->setStatus(signatures("updated", daysAgo(30)));
-    QTRY_COMPARE(engine_->statusAsked(), 1);
+    QTRY_COMPARE_WITH_TIMEOUT(engine_->statusAsked(), 1, kSoon);
     stopAgent();
     listen();
     engine_->tellEnd("Marker", talo::interface::Finished, "", 1, 0, "key");
-    QTRY_COMPARE(seen().size(), 2);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 2, kSoon);
     QCOMPARE(seen()[1].summary, QString("Marker finished"));
 
     // … but the next day is.
@@ -93,7 +95,7 @@ void AgentSignaturesTest::signaturesAreToldOnceADay()
     stamp.write(QByteArray::number(daysAgo(1)));
     stamp.close();
     listen();
-    QTRY_COMPARE(seen().size(), 3);
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 3, kSoon);
     QCOMPARE(seen()[2].summary, QString("The virus signatures need an update"));
 }
 
@@ -106,8 +108,8 @@ void AgentSignaturesTest::untoldSignaturesAreToldAgain()
     stopAgent();
     QVERIFY(!QFile::exists(stampFile()));
     play();
-    QTRY_COMPARE(seen().size(), 1);
-    QTRY_VERIFY(QFile::exists(stampFile()));
+    QTRY_COMPARE_WITH_TIMEOUT(seen().size(), 1, kSoon);
+    QTRY_VERIFY_WITH_TIMEOUT(QFile::exists(stampFile()), kSoon);
 }
 
 QTEST_GUILESS_MAIN(AgentSignaturesTest)
