@@ -38,15 +38,16 @@ int readsText(const protocol::Packet &packet, protocol::Text Message::*text)
 
 void judge(const protocol::Packet &packet)
 {
-    const int kinds =
-        reads<protocol::Configure>(packet) + reads<protocol::Fork>(packet) +
-        reads<protocol::Kill>(packet) + reads<protocol::Loaded>(packet) +
-        reads<protocol::Ended>(packet) + reads<protocol::Ready>(packet) +
-        reads<protocol::Scan>(packet) + readsText(packet, &protocol::LoadFailed::reason) +
-        readsText(packet, &protocol::StartFailed::reason) +
-        readsText(packet, &protocol::Verdict::detail) + reads<disinfection::Judge>(packet) +
-        reads<disinfection::Judged>(packet) + reads<disinfection::Finished>(packet) +
-        readsText(packet, &disinfection::Refused::reason);
+    const int kinds = reads<protocol::Configure>(packet) + reads<protocol::Fork>(packet) +
+                      reads<protocol::Kill>(packet) + reads<protocol::Isolated>(packet) +
+                      reads<protocol::Loaded>(packet) + reads<protocol::Ended>(packet) +
+                      reads<protocol::Ready>(packet) + reads<protocol::Scan>(packet) +
+                      readsText(packet, &protocol::LoadFailed::reason) +
+                      readsText(packet, &protocol::StartFailed::reason) +
+                      readsText(packet, &protocol::Verdict::detail) +
+                      reads<disinfection::Judge>(packet) + reads<disinfection::Judged>(packet) +
+                      reads<disinfection::Finished>(packet) +
+                      readsText(packet, &disinfection::Refused::reason);
     talo::fuzz::require(kinds <= 1);
 }
 

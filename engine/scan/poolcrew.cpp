@@ -94,6 +94,7 @@ void PoolCrew::readControl()
                                                 protocol::Descriptors::Refuse, nullptr);
         if (received == protocol::Receive::Nothing)
             return;
+        protocol::Isolated isolated;
         protocol::Loaded loaded;
         protocol::LoadFailed failed;
         protocol::Ended ended;
@@ -101,10 +102,11 @@ void PoolCrew::readControl()
             lose();
             return;
         }
-        if (phase_ == Phase::Loading && packet.read(loaded)) {
+        if (phase_ == Phase::Loading && packet.read(isolated)) {
+            server_->isolated();
+        } else if (phase_ == Phase::Loading && packet.read(loaded)) {
             phase_ = Phase::Serving;
             signatures_ = loaded.signatures;
-            server_->isolated();
         } else if (phase_ == Phase::Loading && packet.read(failed) && failed.reason.sane()) {
             fail("the signatures cannot be loaded: " + failed.reason.shown());
             return;

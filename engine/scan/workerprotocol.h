@@ -44,6 +44,7 @@ enum class Kind : std::uint16_t {
     StartFailed,   // worker to pool instead of Ready, and the worker ends
     Scan,          // pool to worker, with the file
     Verdict,       // worker to pool, in the order of the Scans
+    Isolated,      // server to pool, before it loads
 };
 
 struct Header {
@@ -99,6 +100,12 @@ struct Kill {
     Header header{kMagic, kVersion, kKind};
     std::uint32_t slot = 0;
     std::uint32_t generation = 0;
+};
+
+// The private folder is needed no longer, unless something is in it.
+struct Isolated {
+    static constexpr Kind kKind = Kind::Isolated;
+    Header header{kMagic, kVersion, kKind};
 };
 
 struct Loaded {

@@ -89,6 +89,8 @@ int main()
     if (!failure.empty())
         return refuse(failure);
     warnOfMissingLayers(isolation);
+    if (!protocol::send(protocol::kControlFd, protocol::Isolated{}, 0))
+        return 1;
 
     // By descriptor, for the folder may lie below one that only the pool's identity may enter, and
     // outside the root.

@@ -1,10 +1,11 @@
 // Processes, descriptors and signatures over the pool's life.
-#include "engine/scan/pool_fixture.h"
+#include "engine/scan/longload.h"
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
 #include <fcntl.h>
+#include <future>
 #include <gtest/gtest.h>
 #include <set>
 #include <sys/stat.h>
@@ -312,12 +313,17 @@ TEST_F(PoolLife, LeftoversOfAKilledProcessAreSwept)
 }
 
 // Who is killed cannot clean up: so there must be nothing where the workers write to memory alone.
-TEST_F(PoolLife, NothingLiesInTheTemporaryPlaceOnceTheSignaturesAreLoaded)
+TEST_F(PoolLife, NothingLiesInTheTemporaryPlaceWhileSignaturesAreLoadedOrInUse)
 {
     if (geteuid() != 0)
         GTEST_SKIP() << "only root is sure to have memory of its own to write to";
-    WorkerPool pool(config(realWorker()));
-    EXPECT_EQ(pool.load(), "");
+    const LongLoad many;
+    WorkerPool pool(many.pool());
+    auto loading = std::async(std::launch::async, [&] { return pool.load(Priority::Background); });
+    ASSERT_TRUE(eventually([] { return LongLoad::yields(); }));
+    EXPECT_TRUE(eventually([] { return scratchFolders().empty(); }));
+    EXPECT_TRUE(LongLoad::yields()) << "it was loaded by then";
+    EXPECT_EQ(loading.get(), "");
     EXPECT_TRUE(scratchFolders().empty());
     EXPECT_EQ(scanOne(pool, folder.write("file", "harmless")).kind, VerdictKind::Clean);
 }
