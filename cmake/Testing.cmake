@@ -14,6 +14,11 @@ function(talo_add_gtest name)
     add_test(NAME ${name} COMMAND ${name})
 endfunction()
 
+# Without one the toolkit makes one in the temporary place, and leaves it there.
+set(TALO_TEST_RUNTIME ${CMAKE_BINARY_DIR}/runtime)
+file(MAKE_DIRECTORY ${TALO_TEST_RUNTIME})
+file(CHMOD ${TALO_TEST_RUNTIME} DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
+
 # A QtTest program, without a display unless it starts one itself.
 #   talo_add_qtest(NAME SOURCES a.cpp … LIBRARIES talo_pages …)
 function(talo_add_qtest name)
@@ -26,7 +31,7 @@ function(talo_add_qtest name)
         ${PROJECT_SOURCE_DIR}/tests ${TALO_PANEL_ROOT} ${TALO_ENGINE_ROOT})
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES ENVIRONMENT
-        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TALO_BUILD_DIR=${CMAKE_BINARY_DIR}")
+        "QT_QPA_PLATFORM=offscreen;LC_ALL=C.UTF-8;TALO_BUILD_DIR=${CMAKE_BINARY_DIR};XDG_RUNTIME_DIR=${TALO_TEST_RUNTIME}")
 endfunction()
 
 # Devices are made up by umockdev, which stands between the test and the real /sys.

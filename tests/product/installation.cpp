@@ -6,6 +6,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <QtTest>
 
 #include <cstdio>
@@ -157,6 +158,8 @@ int testInstalled(int argc, char **argv, const char *buildFolder,
         qputenv("QT_QPA_PLATFORM", "xcb");
         qunsetenv("WAYLAND_DISPLAY");
         qunsetenv("DBUS_SESSION_BUS_ADDRESS");
+        const QTemporaryDir runtime; // the toolkit would make one, and leave it
+        qputenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
         QApplication app(argc, argv);
         const std::unique_ptr<QObject> test = makeTest();
         return QTest::qExec(test.get(), argc, argv);
