@@ -18,8 +18,6 @@ constexpr auto kFailureHolds = 5s;
 constexpr unsigned kMostLosses = 3;
 constexpr auto kLoadTime = 5min;
 constexpr auto kBackgroundLoadTime = 10 * kLoadTime; // as everybody else comes first
-// Percent of the time. The one at which systemd tells its services that memory is short.
-constexpr double kMuchPressure = 10;
 
 } // namespace
 
@@ -155,7 +153,7 @@ bool PoolDispatcher::memoryIsShort(TimePoint now)
     if (config_.pressureReports.empty() || now < nextLook_)
         return false;
     nextLook_ = now + config_.pressureLook;
-    return memoryPressure(config_.pressureReports) >= kMuchPressure;
+    return memoryPressure(config_.pressureReports) >= config_.muchPressure;
 }
 
 void PoolDispatcher::startCrew(Priority priority, TimePoint now)

@@ -31,9 +31,10 @@ struct PoolConfig {
     std::uint64_t maxMemory = 3ull << 30; // what a worker may add to the shared signatures, bytes
     std::uint64_t maxTemporary = 512ull << 20;    // the size of a worker's temporary folder, bytes
     std::chrono::milliseconds idleUnload{600000}; // let the signatures go after so long idle
-    // Those of pressureReports(): while they tell of a lack of memory, idle signatures go at the
+    // Those of pressureReports(): while they tell of so much, in percent, idle signatures go at the
     // next look. The first look is so long after the last file, so that the pressure is not ours.
     std::vector<std::string> pressureReports;
+    double muchPressure = 10; // that at which systemd tells its services that memory is short
     std::chrono::milliseconds pressureLook{5000};
 };
 

@@ -251,11 +251,12 @@ private:
 TEST_F(PoolUnderPressure, aRealLackOfMemoryLetsThemGo)
 {
     TightGroup group;
-    if (!group.usable() || memoryPressure(pressureReports()) != 0)
-        GTEST_SKIP() << "no control group whose memory can be limited and watched (needs root), or "
-                        "the machine is short of memory already";
+    if (!group.usable())
+        GTEST_SKIP() << "no control group whose memory can be limited and watched (needs root)";
     const LargeFile large;
-    WorkerPool pool(watching(group.report()));
+    auto sensitive = watching(group.report());
+    sensitive.muchPressure = 0.5; // where others have the processors, readers wait less for memory
+    WorkerPool pool(sensitive);
     ASSERT_EQ(pool.load(), "");
     std::this_thread::sleep_for(200ms);
     EXPECT_TRUE(pool.signatures().loaded);
