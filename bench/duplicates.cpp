@@ -13,6 +13,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
+#include <exception>
 #include <fcntl.h>
 #include <filesystem>
 #include <string>
@@ -246,11 +247,8 @@ int run(char **command)
     return 0;
 }
 
-} // namespace
-
-int main(int argc, char **argv)
+int perform(const std::vector<std::string> &words, char **command)
 {
-    const std::vector<std::string> words(argv + 1, argv + argc);
     if (words.size() == 3 && words[0] == "make")
         return make(words[1], words[2]);
     if (words.size() == 2 && words[0] == "search")
@@ -258,9 +256,21 @@ int main(int argc, char **argv)
     if (words.size() == 2 && words[0] == "floor")
         return floorOf(words[1]);
     if (words.size() >= 2 && words[0] == "run")
-        return run(argv + 2);
+        return run(command);
     std::fputs("usage: bench_duplicates make TREE FOLDER | search FOLDER | floor FOLDER | "
                "run COMMAND\n",
                stderr);
     return 2;
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    try {
+        return perform({argv + 1, argv + argc}, argv + 2);
+    } catch (const std::exception &error) {
+        std::fprintf(stderr, "%s\n", error.what());
+        return 2;
+    }
 }

@@ -141,9 +141,9 @@ std::string OfficeDocument::contentTypesWithout(std::string_view text) const
         out += left.substr(tag.begin, left.find_first_of(" \t\r\n", tag.begin) - tag.begin);
         // A value that holds one kind of quote stood between two of the other.
         const std::string ending = attribute(tag, "Extension");
-        const std::string quote = ending.find('"') == ending.npos ? "\"" : "'";
-        out +=
-            " Extension=" + quote + ending + quote + " ContentType=\"application/octet-stream\"/>";
+        const char quote = ending.find('"') == ending.npos ? '"' : '\'';
+        ((out += " Extension=") += quote) += ending;
+        (out += quote) += " ContentType=\"application/octet-stream\"/>";
         from = tag.end;
     }
     return out += left.substr(from);
