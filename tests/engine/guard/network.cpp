@@ -27,7 +27,7 @@ namespace
 
 // In milliseconds. Between namespaces of one machine a packet takes microseconds; the rest is for a
 // machine that is busy with other tests.
-constexpr int kSurely = 1000;
+constexpr int kSurely = 2000;
 
 struct Address {
     sockaddr_storage storage{};
@@ -123,10 +123,18 @@ Network::~Network()
 bool Network::wire(Addresses addresses)
 {
     const std::string link = kOurLink;
-    bool done =
-        run("ip link set lo up && ip link add " + link + " type veth peer name " + kTheirLink +
-            " netns " + std::to_string(holder_) + " && ip link set " + link + " up") &&
-        runThere(std::string("ip link set lo up && ip link set ") + kTheirLink + " up");
+    const auto setUp = [](const std::string &name) {
+        return "ip link set lo up && ip link set " + name + " up";
+    };
+    // What is sent before the kernel has noticed that a link is up is lost.
+    const auto awaitUp = [](const std::string &name) {
+        return "for try in $(seq 300); do ip link show " + name +
+               " | grep -q 'state UP' && exit; sleep 0.1; done; exit 1";
+    };
+    bool done = run("ip link add " + link + " type veth peer name " + kTheirLink + " netns " +
+                    std::to_string(holder_)) &&
+                run(setUp(link)) && runThere(setUp(kTheirLink)) && run(awaitUp(link)) &&
+                runThere(awaitUp(kTheirLink));
     if (done && addresses == Addresses::Given)
         done = run("ip address add 10.91.0.1/24 dev talo0 && "
                    "ip address add fd91::1/64 dev talo0 nodad") &&
