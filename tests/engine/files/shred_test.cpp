@@ -114,7 +114,7 @@ TEST_F(Shred, CountsTheBytesOfAllPasses)
             steps.push_back(written);
     });
     EXPECT_EQ(result.fault, ShredFault::None);
-    EXPECT_EQ(steps, (std::vector<long long>{0, 12288, 2 * 12288, 3 * 12288}));
+    EXPECT_EQ(steps, (std::vector<long long>{0, 12288, 2LL * 12288, 3LL * 12288}));
 }
 
 TEST_F(Shred, TakesEmptyFilesAndThoseOfManyPieces)

@@ -164,7 +164,7 @@ class TightGroup
 public:
     TightGroup()
     {
-        const std::string name = "/talo-test-" + std::to_string(getpid());
+        const std::string name = "talo-test-" + std::to_string(getpid());
         unified_ = firstThatCanHold("0::", {"/sys/fs/cgroup", "/sys/fs/cgroup/unified"}, name);
         limited_ = unified_;
         if (!unified_.empty() && !set(limited_ / "memory.max", "12M")) {
@@ -233,8 +233,9 @@ private:
             if (own == "/")
                 own.clear();
             for (const std::string &place : places) {
-                const fs::path group = place + own + name;
-                if (access((place + own + "/cgroup.procs").c_str(), W_OK) == 0 &&
+                const fs::path above(place + own);
+                fs::path group = above / name;
+                if (access((above / "cgroup.procs").c_str(), W_OK) == 0 &&
                     mkdir(group.c_str(), 0755) == 0)
                     return group;
             }

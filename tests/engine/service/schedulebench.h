@@ -12,7 +12,8 @@
 #include <memory>
 #include <string>
 
-inline constexpr qint64 kDay = 86400;
+inline constexpr qint64 kHour = 3600;
+inline constexpr qint64 kDay = 24 * kHour;
 inline constexpr qint64 kDue = 1795269900; // 2026-11-21 14:05:00 UTC, a Saturday
 
 void writeFile(const QString &path, const QByteArray &content);

@@ -142,14 +142,14 @@ void ScheduleRunTest::areMadeGoodOnceAfterAnAbsence()
 {
     prepare({{"daily", 1, 8}});
     // Not at once, when the machine is busy with its start.
-    start(kDue + 5 * kDay + 3600, 1);
-    QCOMPARE(all().at(0).next / 10, (kDue + 5 * kDay + 3600 + 120) / 10);
+    start(kDue + 5 * kDay + kHour, 1);
+    QCOMPARE(all().at(0).next / 10, (kDue + 5 * kDay + kHour + 120) / 10);
     QVERIFY(running().isEmpty() && reports(kFull).isEmpty());
-    start(kDue + 5 * kDay + 3600, 120);
+    start(kDue + 5 * kDay + kHour, 120);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
     QCOMPARE(all().at(0).next, kDue + 6 * kDay);
     // Nor does the next absence bring back what was settled.
-    start(kDue + 6 * kDay - 3600, 600);
+    start(kDue + 6 * kDay - kHour, 600);
     QTRY_VERIFY_WITH_TIMEOUT(all().at(0).next > kDue + 6 * kDay, kSoon);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 2, kSoon);
 }
@@ -217,7 +217,7 @@ void ScheduleRunTest::waitForMainsNoLongerThanADay()
     QTRY_VERIFY_WITH_TIMEOUT(all().at(0).waits.contains("battery"), kSoon);
     kill();
     // Also where the service has not been there all the time.
-    start(kDue + kDay - 3600, 3600);
+    start(kDue + kDay - kHour, 3600);
     QTRY_VERIFY_WITH_TIMEOUT(all().at(0).waits.contains("battery"), kSoon);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
     QCOMPARE(all().at(0).next, kDue + 7 * kDay);
@@ -230,11 +230,11 @@ void ScheduleRunTest::followTheTimeZone()
     prepare({{"full", 1, 8}});
     qputenv("TZ", ':' + QFile::encodeName(zone));
     // Five hours before, an hour a second.
-    start(kDue - 5 * 3600, 3600);
+    start(kDue - 5 * kHour, 3600);
     QCOMPARE(all().at(0).next, kDue);
     QVERIFY(QFile::remove(zone));
     QVERIFY(QFile::copy("/usr/share/zoneinfo/Etc/GMT-2", zone)); // two hours ahead of UTC
-    QTRY_COMPARE_WITH_TIMEOUT(all().at(0).next, kDue - 2 * 3600 + kDay, kSoon);
+    QTRY_COMPARE_WITH_TIMEOUT(all().at(0).next, kDue - 2 * kHour + kDay, kSoon);
     QTRY_COMPARE_WITH_TIMEOUT(reports(kFull).size(), 1, kSoon);
 }
 

@@ -17,6 +17,13 @@
 
 using namespace talo::interface;
 
+namespace
+{
+
+constexpr qint64 kHour = 3600;
+
+} // namespace
+
 class UpdateLifeTest : public UpdateRuns
 {
     Q_OBJECT
@@ -38,7 +45,7 @@ void UpdateLifeTest::honoursTheCoolDownOverARestart()
     bench_->serve("cooldown");
     QCOMPARE(update(), 8);
     const qint64 until = bench_->state().value("signaturesNotBefore").toLongLong();
-    QVERIFY(qAbs(until - QDateTime::currentSecsSinceEpoch() - 3600) < 60);
+    QVERIFY(qAbs(until - QDateTime::currentSecsSinceEpoch() - kHour) < 60);
     QVERIFY(bench_->state().value("signaturesDetail").toString().contains("left alone until"));
     bench_->endService();
     bench_->serve("normal");
@@ -71,7 +78,7 @@ void UpdateLifeTest::updatesByItself()
     QTRY_COMPARE_WITH_TIMEOUT(bench_->state().value("signaturesStatus").toInt(), 2, 15000);
     QCOMPARE(bench_->detected(), QString("Talo.Test.New"));
     const qint64 next = bench_->state().value("signaturesNext").toLongLong();
-    QVERIFY(next >= QDateTime::currentSecsSinceEpoch() + 6 * 3600 - 60);
+    QVERIFY(next >= QDateTime::currentSecsSinceEpoch() + 6 * kHour - 60);
 
     // Not where the setting says no; the next is due again once it says yes.
     const auto automatic = [this](int on) {
