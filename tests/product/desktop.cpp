@@ -207,11 +207,18 @@ void Desktop::mark(const QString &path) const
         return still;
     });
     QThread::msleep(300);
-    clickAt([&] {
-        tree()->scrollTo(index(), QAbstractItemView::PositionAtCenter);
-        return tree()->viewport()->mapToGlobal(tree()->visualRect(index()).center());
-    });
-    await("the folder to be the current one", [&] { return tree()->currentIndex() == index(); });
+    // More rows may arrive after all, and move it away from under the mouse.
+    const auto current = [&] { return tree()->currentIndex() == index(); };
+    for (int tries = 0; tries == 0 || !see<bool>(current); ++tries) {
+        if (tries == 20)
+            throw Failure("cannot mark " + path.toStdString());
+        clickAt([&] {
+            tree()->scrollTo(index(), QAbstractItemView::PositionAtCenter);
+            return tree()->viewport()->mapToGlobal(tree()->visualRect(index()).center());
+        });
+        for (int waits = 0; waits < 20 && !see<bool>(current); ++waits)
+            QThread::msleep(50);
+    }
 }
 
 void Desktop::choose(const QString &path) const
