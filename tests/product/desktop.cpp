@@ -6,6 +6,7 @@
 #include <QComboBox>
 #include <QFileSystemModel>
 #include <QLineEdit>
+#include <QPointer>
 #include <QProcess>
 #include <QScreen>
 #include <QTextEdit>
@@ -21,12 +22,18 @@ namespace talo::test
 namespace
 {
 
+// The display server has it where clicks reach it.
+bool exposed(const QWidget *window)
+{
+    return window->isVisible() && window->windowHandle() && window->windowHandle()->isExposed();
+}
+
 QWidget *front()
 {
     if (QWidget *modal = QApplication::activeModalWidget())
-        return modal;
+        return exposed(modal) ? modal : nullptr;
     for (QWidget *window : QApplication::topLevelWidgets()) {
-        if (window->isVisible())
+        if (exposed(window))
             return window;
     }
     return nullptr;
@@ -175,15 +182,15 @@ void Desktop::press(const char *key) const
 
 QString Desktop::answerMessage(QMessageBox::StandardButton answer) const
 {
-    const auto box = [] { return qobject_cast<QMessageBox *>(QApplication::activeModalWidget()); };
-    await("a message box", [&] { return box() && box()->isVisible(); });
-    const QMessageBox *const answered = see<QMessageBox *>(box);
-    QString text = see<QString>([&] { return box()->text(); });
+    const auto shown = [] { return qobject_cast<QMessageBox *>(front()); };
+    await("a message box", [&] { return shown() != nullptr; });
+    const auto box = see<QPointer<QMessageBox>>(shown);
+    QString text = see<QString>([&] { return box->text(); });
     clickAt([&] {
-        return middle(answer == QMessageBox::NoButton ? box()->buttons().first()
-                                                      : box()->button(answer));
+        return middle(answer == QMessageBox::NoButton ? box->buttons().first()
+                                                      : box->button(answer));
     });
-    await("the message box to close", [&] { return box() != answered; });
+    await("the message box to close", [&] { return !box || !box->isVisible(); });
     return text;
 }
 

@@ -170,12 +170,15 @@ TEST_F(DuplicateSearch, dropsAFileThatGrowsMeanwhile)
     writeFile(folder_ / "b", std::string(64, 'x'));
     setTime("a", 100);
     setTime("b", 100);
+    std::atomic<bool> grows{false};
     std::atomic<bool> end{false};
     std::thread writer([&] {
         const UniqueFd log(open((folder_ / "log").c_str(), O_WRONLY | O_APPEND));
-        while (!end && write(log.get(), "x", 1) == 1) {
-        }
+        while (!end && write(log.get(), "x", 1) == 1)
+            grows = true;
     });
+    while (!grows)
+        std::this_thread::yield();
     const std::string groups = found();
     end = true;
     writer.join();
