@@ -8,6 +8,7 @@
 #include <QSaveFile>
 #include <QTextStream>
 #include <QTimer>
+#include <QWindow>
 
 namespace
 {
@@ -32,6 +33,10 @@ void tell()
         const auto *const button = qobject_cast<const QAbstractButton *>(widget);
         if (!button || !button->isVisible() || !button->isEnabled() ||
             (modal && button->window() != modal))
+            continue;
+        // A click comes to nothing before the display has shown the window.
+        const QWindow *const window = button->window()->windowHandle();
+        if (!window || !window->isExposed())
             continue;
         const QPoint middle = button->mapToGlobal(button->rect().center());
         out << nameOf(*button) << ' ' << middle.x() << ' ' << middle.y() << ' '
