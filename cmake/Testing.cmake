@@ -15,7 +15,7 @@ function(talo_add_gtest name)
 endfunction()
 
 # Without one the toolkit makes one in the temporary place, and leaves it there.
-set(TALO_TEST_RUNTIME ${CMAKE_BINARY_DIR}/runtime)
+set(TALO_TEST_RUNTIME ${CMAKE_BINARY_DIR}/runtime CACHE INTERNAL "runtime folder of the tests")
 file(MAKE_DIRECTORY ${TALO_TEST_RUNTIME})
 file(CHMOD ${TALO_TEST_RUNTIME} DIRECTORY_PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE)
 
