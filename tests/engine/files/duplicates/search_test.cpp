@@ -204,6 +204,23 @@ TEST_F(DuplicateSearch, noticesAChangeBetweenAnyTwoLooks)
     EXPECT_FALSE(modifiedIfUnchanged(tree, tree.files[0]));
 }
 
+TEST_F(DuplicateSearch, noticesGrowthBetweenAnyTwoLooks)
+{
+    const std::string path = folder_ / "log";
+    writeFile(path, std::string(50000, 'x'));
+    Tree tree(UniqueFd(open(folder_.path().c_str(), O_RDONLY | O_DIRECTORY)), folder_.path());
+    Crew crew({});
+    walkTree(tree, crew, 2);
+    ASSERT_EQ(tree.files.size(), 1u);
+    ContentReader reader(tree);
+    EXPECT_TRUE(reader.firstLook(tree.files[0]));
+    const UniqueFd log(open(path.c_str(), O_WRONLY | O_APPEND | O_CLOEXEC));
+    ASSERT_EQ(write(log.get(), "x", 1), 1);
+    EXPECT_FALSE(reader.firstLook(tree.files[0]));
+    EXPECT_FALSE(reader.segment(tree.files[0], 0));
+    EXPECT_FALSE(modifiedIfUnchanged(tree, tree.files[0]));
+}
+
 TEST_F(DuplicateSearch, tellsOfItsWorkTenTimesASecondOnTheCallersThread)
 {
     for (int i = 0; i < 3000; ++i)
